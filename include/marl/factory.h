@@ -4,6 +4,7 @@
 #include "marl/handle.h"
 
 class CMarl;
+class MarlDocument;
 
 // Kept for the interface: the library passes 0 for a clean start and 2 when a host restores
 // objects of an earlier run; the factory does not read it.
@@ -29,6 +30,9 @@ class MARL_API Marl {
   int setConversionBehaviour(unsigned char mode, wchar_t replacement, std::wstring const& text);
   // Told by the host after a locale change; nothing to do.
   void localeChanged();
+
+  // A new, empty document; empty when memory runs out.
+  MarlDocument createDocument() const;
 
   // The implementation's raw answer to an interface query, not counted: null when the object
   // does not serve the identifier.

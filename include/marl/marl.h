@@ -5,6 +5,13 @@
 #include "marl/types.h"
 #include "marl/handle.h"
 #include "marl/factory.h"
+#include "marl/node.h"
+#include "marl/attribute.h"
+#include "marl/element.h"
+#include "marl/namespace.h"
+#include "marl/chardata.h"
+#include "marl/pi.h"
+#include "marl/document.h"
 #include "marl/text.h"
 #include "marl/trace.h"
 

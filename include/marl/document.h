@@ -1,0 +1,66 @@
+#ifndef MARL_DOCUMENT_H
+#define MARL_DOCUMENT_H
+
+#include "marl/attribute.h"
+#include "marl/chardata.h"
+#include "marl/element.h"
+#include "marl/namespace.h"
+#include "marl/node.h"
+#include "marl/pi.h"
+
+class CMarlDocument;
+class CMarlDocumentFragment;
+
+// A container whose children move, in order, wherever it is appended or inserted.
+class MARL_API MarlDocumentFragment : public MarlNode {
+  MARL_NODE_HANDLE_MEMBERS(MarlDocumentFragment, CMarlDocumentFragment)
+};
+
+// The root of a tree and the factory of its nodes. A created node stands alone, without a
+// document, until it is linked under a node of one; every create operation gives an empty
+// handle when memory runs out.
+class MARL_API MarlDocument : public MarlNode {
+  MARL_NODE_HANDLE_MEMBERS(MarlDocument, CMarlDocument)
+
+ public:
+  // The values of the XML declaration: version "1.0", not standalone, and a declaration
+  // written when rendered, until set otherwise.
+  std::wstring const& getVersion() const;
+  void setVersion(std::wstring const& version);
+  unsigned char getStandalone() const;
+  void setStandalone(unsigned char standalone);
+  unsigned char getDeclaration() const;
+  void setDeclaration(unsigned char declaration);
+
+  // The first element child; empty if there is none.
+  MarlElement getRootElement() const;
+
+  MarlElement createElement(std::wstring const& name, std::wstring const& prefix);
+  MarlElement createElementNS(std::wstring const& name, std::wstring const& prefix,
+                              std::wstring const& uri);
+  // An element holding `text` (none if empty), appended to `parent` unless that is empty.
+  MarlElement createSimpleElement(std::wstring const& name, std::wstring const& prefix,
+                                  std::wstring const& text, MarlNode const& parent);
+  MarlElement createSimpleElementNS(std::wstring const& name, std::wstring const& prefix,
+                                    std::wstring const& uri, std::wstring const& text,
+                                    MarlNode const& parent);
+  // An attribute with the empty value, not yet specified.
+  MarlAttribute createAttribute(std::wstring const& name, std::wstring const& prefix);
+  MarlAttribute createAttributeNS(std::wstring const& name, std::wstring const& prefix,
+                                  std::wstring const& uri);
+  // A declaration of `uri`: name "xmlns" and no prefix for the default namespace, or the
+  // declared prefix as name and "xmlns" as prefix.
+  MarlNamespaceDecl createNamespaceDecl(std::wstring const& name, std::wstring const& prefix,
+                                        std::wstring const& uri);
+  MarlText createText(std::wstring const& text);
+  MarlComment createComment(std::wstring const& text);
+  MarlCDATASection createCDATASection(std::wstring const& text);
+  MarlDocumentFragment createDocumentFragment();
+  MarlPIParsed createPIParsed(std::wstring const& target);
+  MarlPIUnparsed createPIUnparsed(std::wstring const& target, std::wstring const& data);
+
+  // Enters an element under an ID value; the first element entered for a value stays.
+  void insertID(std::wstring const& id, MarlElement& element);
+};
+
+#endif

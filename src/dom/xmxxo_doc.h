@@ -1,0 +1,87 @@
+#ifndef MARL_DOM_XMXXO_DOC_H
+#define MARL_DOM_XMXXO_DOC_H
+
+#include <utility>
+
+#include "dom/xmxxo_node.h"
+#include "kernel/xmxxu_hash.h"
+#include "marl/document.h"
+#include "text/xmxxu_stri.h"
+
+// Elements by ID value. The table holds its elements, so an entry keeps answering until the
+// document dies, even after the attribute changed.
+struct IdTraits {
+  using Key = std::wstring;
+  static Key const& key(std::pair<std::wstring, MarlElement> const& entry) { return entry.first; }
+  static std::uint32_t hash(Key const& id) { return calcStringHash(id); }
+  static bool equal(Key const& a, Key const& b) { return a == b; }
+};
+
+class CIDTable : public CHashTable<std::pair<std::wstring, MarlElement>, IdTraits> {
+ public:
+  CIDTable();
+  virtual ~CIDTable();
+};
+
+// End-tag lines by node number, hashed by the number itself.
+struct EndTagLineTraits {
+  using Key = std::uint32_t;
+  static Key const& key(std::pair<std::uint32_t, std::uint32_t> const& entry) { return entry.first; }
+  static std::uint32_t hash(Key gid) { return gid; }
+  static bool equal(Key a, Key b) { return a == b; }
+};
+
+class EndTagLineTable : public CHashTable<std::pair<std::uint32_t, std::uint32_t>, EndTagLineTraits> {
+ public:
+  EndTagLineTable();
+  virtual ~EndTagLineTable();
+};
+
+// The root of a tree and the factory of its nodes. Its owner document is itself.
+class CMarlDocument : public CMarlNode {
+ public:
+  CMarlDocument();
+  CMarlDocument(CMarlDocument const& source, short depth);
+  ~CMarlDocument() override;
+
+  void* _queryInterface(unsigned int id) override;
+  unsigned int _queryClass() const override;
+
+  MarlNode clone(int depth) const override;
+  std::wstring const& getName() const override;
+  unsigned int getType() const override;
+
+  MarlElement getRootElement() const;
+
+  MarlElement createElementNS(std::wstring const& name, std::wstring const& prefix,
+                              std::wstring const& uri);
+  MarlElement createSimpleElementNS(std::wstring const& name, std::wstring const& prefix,
+                                    std::wstring const& uri, std::wstring const& text,
+                                    MarlNode const& parent);
+  MarlAttribute createAttributeNS(std::wstring const& name, std::wstring const& prefix,
+                                  std::wstring const& uri);
+  MarlNamespaceDecl createNamespaceDecl(std::wstring const& name, std::wstring const& prefix,
+                                        std::wstring const& uri);
+  MarlText createText(std::wstring const& text);
+  MarlComment createComment(std::wstring const& text);
+  MarlCDATASection createCDATASection(std::wstring const& text);
+  MarlDocumentFragment createDocumentFragment();
+  MarlPIParsed createPIParsed(std::wstring const& target);
+  MarlPIUnparsed createPIUnparsed(std::wstring const& target, std::wstring const& data);
+
+  void insertID(std::wstring const& id, MarlElement const& element);
+  void setEndTagLine(std::uint32_t gid, std::uint32_t line);
+  std::uint32_t getEndTagLine(std::uint32_t gid) const;
+
+  std::wstring version;
+  std::uint8_t standalone;
+  std::uint8_t declaration;
+  CIDTable* idTable;
+  EndTagLineTable* endTagLines;
+
+ private:
+  // Makes every node below the document point at it.
+  void adoptAll();
+};
+
+#endif

@@ -1,0 +1,124 @@
+#include "dom/xmxxo_nmap.h"
+
+#include "dom/xmxxo_attr.h"
+
+void* CMarlNamedNodeMap::_queryInterface(unsigned int id) {
+  return answerQuery(this, id, {idNamedNodeMap});
+}
+
+unsigned int CMarlNamedNodeMap::_queryClass() const {
+  return idNamedNodeMap;
+}
+
+std::size_t CMarlNamedNodeMap::indexOf(Atom name, Atom second, NamePart part) const {
+  std::size_t index = 0;
+  for (; index < entries.size(); ++index) {
+    CMarlNode* node = entries[index]._impl();
+    if (&node->getName() == name && &(node->*part)() == second) break;
+  }
+  return index;
+}
+
+MarlNode CMarlNamedNodeMap::getItem(unsigned int index) const {
+  return index < entries.size() ? entries[index] : MarlNode();
+}
+
+MarlNode CMarlNamedNodeMap::getNamedItem(std::wstring const& name,
+                                         std::wstring const& prefix) const {
+  CMarl& marl = CMarlBase::instance();
+  return getItem(static_cast<unsigned int>(
+      indexOf(marl.intern(name), marl.intern(prefix), &CMarlNode::getNamespacePrefix)));
+}
+
+MarlNode CMarlNamedNodeMap::getNamedItemNS(std::wstring const& name, std::wstring const& uri) const {
+  CMarl& marl = CMarlBase::instance();
+  return getItem(static_cast<unsigned int>(
+      indexOf(marl.intern(name), marl.intern(uri), &CMarlNode::getNamespaceURI)));
+}
+
+unsigned int CMarlNamedNodeMap::set(MarlNode const& node, NamePart part) {
+  CMarlNode* item = node._impl();
+  if (!item) return MarlNode::rcBadArgument;
+  std::size_t index = indexOf(&item->getName(), &(item->*part)(), part);
+  if (index < entries.size())
+    entries[index] = node;  // the new node takes the old one's place
+  else
+    entries.push_back(node);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlNamedNodeMap::setNamedItem(MarlNode const& node) {
+  return set(node, &CMarlNode::getNamespacePrefix);
+}
+
+unsigned int CMarlNamedNodeMap::setNamedItemNS(MarlNode const& node) {
+  return set(node, &CMarlNode::getNamespaceURI);
+}
+
+unsigned int CMarlNamedNodeMap::remove(std::wstring const& name, std::wstring const& second,
+                                       NamePart part) {
+  CMarl& marl = CMarlBase::instance();
+  Atom nameAtom = marl.intern(name);
+  Atom secondAtom = marl.intern(second);
+  if (entries.empty()) return MarlNode::rcNotFound;
+  std::size_t index = indexOf(nameAtom, secondAtom, part);
+  if (index == entries.size()) return MarlNode::rcNotFound;
+  entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlNamedNodeMap::removeNamedItem(std::wstring const& name,
+                                                std::wstring const& prefix) {
+  return remove(name, prefix, &CMarlNode::getNamespacePrefix);
+}
+
+unsigned int CMarlNamedNodeMap::removeNamedItemNS(std::wstring const& name,
+                                                  std::wstring const& uri) {
+  return remove(name, uri, &CMarlNode::getNamespaceURI);
+}
+
+void CMarlNamedNodeMap::removeParent() {
+  for (MarlNode& entry : entries) entry._impl()->parent = nullptr;
+}
+
+// ---------------------------------------------------------------------------------------
+// MarlNamedNodeMap
+
+MARL_DEFINE_HANDLE(MarlNamedNodeMap, CMarlNamedNodeMap, idNamedNodeMap)
+MARL_DEFINE_HANDLE_DESTRUCTOR(MarlNamedNodeMap)
+
+unsigned int MarlNamedNodeMap::getLength() const {
+  return m_p->getLength();
+}
+
+MarlNode MarlNamedNodeMap::getItem(unsigned int index) const {
+  return m_p->getItem(index);
+}
+
+MarlNode MarlNamedNodeMap::getNamedItem(std::wstring const& name, std::wstring const& prefix) const {
+  return m_p->getNamedItem(name, prefix);
+}
+
+MarlNode MarlNamedNodeMap::getNamedItemNS(std::wstring const& name, std::wstring const& uri) const {
+  return m_p->getNamedItemNS(name, uri);
+}
+
+unsigned int MarlNamedNodeMap::setNamedItem(MarlNode const& node) {
+  return m_p->setNamedItem(node);
+}
+
+unsigned int MarlNamedNodeMap::setNamedItemNS(MarlNode const& node) {
+  return m_p->setNamedItemNS(node);
+}
+
+unsigned int MarlNamedNodeMap::removeNamedItem(std::wstring const& name, std::wstring const& prefix) {
+  return m_p->removeNamedItem(name, prefix);
+}
+
+unsigned int MarlNamedNodeMap::removeNamedItemNS(std::wstring const& name, std::wstring const& uri) {
+  return m_p->removeNamedItemNS(name, uri);
+}
+
+void MarlNamedNodeMap::removeParent() {
+  m_p->removeParent();
+}

@@ -1,0 +1,525 @@
+#include "dom/xmxxo_node.h"
+
+#include <climits>
+#include <new>
+
+#include "dom/xmxxo_attr.h"
+#include "dom/xmxxo_doc.h"
+#include "dom/xmxxo_elem.h"
+#include "dom/xmxxo_nmap.h"
+#include "dom/xmxxo_nsc.h"
+
+namespace {
+
+// The packed source position: bit 0 "no position of its own", bit 1 "fields swapped",
+// a wide field of 21 bits and a narrow one of 9.
+constexpr std::uint32_t c_noPosition = 1u << 0;
+constexpr std::uint32_t c_swapped = 1u << 1;
+constexpr int c_wideShift = 2;
+constexpr std::uint32_t c_wideMask = (1u << 21) - 1;
+constexpr int c_narrowShift = 23;
+constexpr std::uint32_t c_narrowMask = (1u << 9) - 1;
+constexpr unsigned int c_narrowLimit = c_narrowMask + 1;
+
+std::uint32_t wideField(std::uint32_t position) {
+  return (position >> c_wideShift) & c_wideMask;
+}
+
+std::uint32_t narrowField(std::uint32_t position) {
+  return (position >> c_narrowShift) & c_narrowMask;
+}
+
+// The node whose position a node reads: itself, or the nearest ancestor that has one.
+CMarlNode const* positionHolder(CMarlNode const* node) {
+  while (node && (node->position & c_noPosition)) node = node->parent;
+  return node;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// CMarlNode
+
+CMarlNode::CMarlNode()
+    : parent(nullptr),
+      next(nullptr),
+      firstChild(nullptr),
+      ownerDocument(nullptr),
+      numChildren(0),
+      GID(CMarlBase::instance().takeGID()),
+      position(c_noPosition) {}
+
+CMarlNode::CMarlNode(CMarlNode const& source, short depth) : CMarlNode() {
+  if (depth == 0) return;
+  for (CMarlNode* child = source.firstChild; child; child = child->next) {
+    // A failed copy ends the construction; the destructor then lets the copied children go.
+    MarlNode copy = child->clone(depth - 1);
+    if (!copy) throw std::bad_alloc();
+    copy._impl()->link(this, nullptr);
+  }
+}
+
+CMarlNode::~CMarlNode() {
+  releaseChildren();
+  ownerDocument = nullptr;
+}
+
+// Cuts the children loose from the front. Each child's backward link is dropped in turn, which
+// frees the sibling before it, so a long child list dies in a loop rather than recursing along
+// its siblings; a child that someone else holds lives on as a root of its own.
+void CMarlNode::releaseChildren() {
+  for (CMarlNode* child = firstChild; child;) {
+    CMarlNode* following = child->next;
+    child->parent = nullptr;
+    child->next = nullptr;
+    child->prev = static_cast<CMarlNode const*>(nullptr);
+    child = following;
+  }
+  firstChild = nullptr;
+  numChildren = 0;
+  lastChild = static_cast<CMarlNode const*>(nullptr);
+}
+
+unsigned int CMarlNode::setName(std::wstring const&) {
+  return MarlNode::rcNotSupported;
+}
+
+unsigned int CMarlNode::setNamespacePrefix(std::wstring const&) {
+  return MarlNode::rcNotSupported;
+}
+
+unsigned int CMarlNode::setNamespaceURI(std::wstring const&) {
+  return MarlNode::rcNotSupported;
+}
+
+unsigned int CMarlNode::setValue(std::wstring const&) {
+  return MarlNode::rcNotSupported;
+}
+
+unsigned int CMarlNode::appendChild(MarlNode const& child, unsigned char fast) {
+  CMarlNode* node = child._impl();
+  if (!node) return MarlNode::rcBadArgument;
+  if (fast) {
+    // The parser's path: a new node, alone, with nothing below it to adopt.
+    node->link(this, nullptr);
+    node->ownerDocument = ownerDocument;
+    return MarlNode::rcOK;
+  }
+  if (node->parent == this) node->unlink();
+  if (node->getType() == MarlNode::nodeFragment) {
+    while (node->firstChild) appendChild(MarlNode(node->firstChild), 0);
+    return MarlNode::rcOK;
+  }
+  node->unlink();
+  node->link(this, nullptr);
+  if (node->ownerDocument != ownerDocument) node->adoptInto(ownerDocument);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlNode::insertChild(MarlNode const& newChild, MarlNode const& refChild) {
+  CMarlNode* node = newChild._impl();
+  CMarlNode* ref = refChild._impl();
+  if (!node || node == ref) return MarlNode::rcBadArgument;
+  // The unlink stands even when the reference turns out not to be a child.
+  if (node->parent == this) node->unlink();
+  if (ref && ref->parent != this) return MarlNode::rcNotChild;
+  if (node->getType() == MarlNode::nodeFragment) {
+    while (node->firstChild) insertChild(MarlNode(node->firstChild), refChild);
+    return MarlNode::rcOK;
+  }
+  node->unlink();
+  node->link(this, ref);
+  if (node->ownerDocument != ownerDocument) node->adoptInto(ownerDocument);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlNode::replaceChild(MarlNode const& newChild, MarlNode const& oldChild) {
+  CMarlNode* node = newChild._impl();
+  CMarlNode* old = oldChild._impl();
+  if (!node || !old || node == old) return MarlNode::rcBadArgument;
+  if (old->parent != this) return MarlNode::rcNotChild;
+  insertChild(newChild, oldChild);
+  removeChild(oldChild);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlNode::removeChild(MarlNode const& child) {
+  CMarlNode* node = child._impl();
+  if (!node) return MarlNode::rcBadArgument;
+  if (node->parent != this) return MarlNode::rcNotChild;
+  node->unlink();
+  return MarlNode::rcOK;
+}
+
+std::wstring const& CMarlNode::getName() const {
+  return *emptyAtom();
+}
+
+std::wstring const& CMarlNode::getNamespacePrefix() const {
+  return *emptyAtom();
+}
+
+std::wstring const& CMarlNode::getNamespaceURI() const {
+  return *emptyAtom();
+}
+
+MarlNamespaceContext CMarlNode::getNamespaceContext() const {
+  return MarlNamespaceContext();
+}
+
+std::wstring const& CMarlNode::getValue() const {
+  return *emptyAtom();
+}
+
+void CMarlNode::getValue(std::wstring& value) const {
+  value.clear();
+}
+
+MarlNamedNodeMap CMarlNode::getAttributes() const {
+  return MarlNamedNodeMap();
+}
+
+MarlDocument CMarlNode::getOwnerDocument() const {
+  return MarlDocument(ownerDocument);
+}
+
+void CMarlNode::link(CMarlNode* newParent, CMarlNode* before) {
+  ++newParent->numChildren;
+  parent = newParent;
+  if (before) {
+    next = before;
+    prev = before->prev;
+    before->prev = this;
+  } else {
+    prev = newParent->lastChild;
+    newParent->lastChild = this;
+  }
+  if (CMarlNode* previous = prev._impl())
+    previous->next = this;
+  else
+    newParent->firstChild = this;
+}
+
+MarlNode CMarlNode::unlink() {
+  MarlNode self(this);
+  if (next) next->prev = prev;
+  if (CMarlNode* previous = prev._impl()) previous->next = next;
+  if (parent) {
+    if (parent->firstChild == this) parent->firstChild = next;
+    if (parent->lastChild._impl() == this) parent->lastChild = prev;
+    --parent->numChildren;
+  }
+  parent = nullptr;
+  next = nullptr;
+  prev = static_cast<CMarlNode const*>(nullptr);
+  return self;
+}
+
+void CMarlNode::adoptInto(CMarlDocument* document) {
+  // Pre-order over the subtree, following the links rather than the call stack.
+  CMarlNode* node = this;
+  while (node) {
+    node->ownerDocument = document;
+    if (node->firstChild) {
+      node = node->firstChild;
+      continue;
+    }
+    while (node != this && !node->next) node = node->parent;
+    node = node == this ? nullptr : node->next;
+  }
+}
+
+bool CMarlNode::isStale() const noexcept {
+  return !CMarlBase::c_pMarl || CMarlBase::c_pMarl->isStale(GID);
+}
+
+MarlNode CMarlNode::getRoot() const {
+  CMarlNode const* node = this;
+  while (node->parent) node = node->parent;
+  return MarlNode(const_cast<CMarlNode*>(node));
+}
+
+unsigned int CMarlNode::getHeight() const {
+  unsigned int height = 0;
+  for (CMarlNode const* node = parent; node; node = node->parent) ++height;
+  return height;
+}
+
+unsigned int CMarlNode::getDepth() const {
+  unsigned int depth = 0;
+  for (CMarlNode const* child = firstChild; child; child = child->next) {
+    unsigned int below = child->getDepth() + 1;
+    if (below > depth) depth = below;
+  }
+  return depth;
+}
+
+unsigned char CMarlNode::hasAncestor(CMarlNode const* ancestor) const {
+  if (!ancestor) return 1;
+  for (CMarlNode const* node = this; node; node = node->parent)
+    if (node == ancestor) return 1;
+  return 0;
+}
+
+MarlNode CMarlNode::findFromGID(std::uint32_t gid, unsigned int depth) const {
+  if (GID == gid) return MarlNode(const_cast<CMarlNode*>(this));
+  unsigned int limit = depth == 0 ? UINT_MAX : depth;
+  for (CMarlNode* child = firstChild; child; child = child->next) {
+    if (limit == 1) {
+      if (child->GID == gid) return MarlNode(child);
+      continue;
+    }
+    MarlNode found = child->findFromGID(gid, limit - 1);
+    if (found) return found;
+  }
+  return MarlNode();
+}
+
+void CMarlNode::removeNode() {
+  if (getType() == MarlNode::nodeAttribute) {
+    MarlElement owner = static_cast<CMarlAttribute*>(this)->getOwnerElement();
+    if (owner) owner._impl()->removeAttributeNode(MarlAttribute(static_cast<CMarlAttribute*>(this)));
+    return;
+  }
+  // Each child stands alone afterwards; grandchildren stay with their parents.
+  while (firstChild) firstChild->unlink();
+  unlink();
+}
+
+// Keeps a long single-line document usable: a column beyond the narrow field survives while
+// the line fits into it.
+void CMarlNode::setPosition(unsigned int line, unsigned int column) {
+  bool swap = column >= c_narrowLimit && line < c_narrowLimit;
+  std::uint32_t wide = swap ? column : line;
+  std::uint32_t narrow = swap ? line : column;
+  position = (swap ? c_swapped : 0) | ((wide & c_wideMask) << c_wideShift) |
+             ((narrow & c_narrowMask) << c_narrowShift);
+}
+
+// The raw fields are taken as line and column whatever the swap bit says.
+void CMarlNode::setLine(unsigned int line) {
+  setPosition(line, narrowField(position));
+}
+
+void CMarlNode::setColumn(unsigned int column) {
+  setPosition(wideField(position), column);
+}
+
+unsigned int CMarlNode::getLine() const {
+  CMarlNode const* holder = positionHolder(this);
+  if (!holder) return 0;
+  return holder->position & c_swapped ? narrowField(holder->position) : wideField(holder->position);
+}
+
+unsigned int CMarlNode::getColumn() const {
+  CMarlNode const* holder = positionHolder(this);
+  if (!holder) return 0;
+  return holder->position & c_swapped ? wideField(holder->position) : narrowField(holder->position);
+}
+
+// ---------------------------------------------------------------------------------------
+// MarlNode
+
+MarlNode::MarlNode(CMarlNode* p) : m_p(handle::acquire(p)) {}
+
+MarlNode::MarlNode(CUnknown* p) : m_p(handle::query<CMarlNode>(p, idNode)) {}
+
+MarlNode::MarlNode(MarlNode const& other) : m_p(handle::acquire(other.m_p)) {}
+
+MarlNode& MarlNode::operator=(MarlNode const& other) {
+  handle::assign(m_p, other.m_p);
+  return *this;
+}
+
+MarlNode& MarlNode::operator=(CMarlNode const* p) {
+  CMarlNode* source = const_cast<CMarlNode*>(p);
+  handle::assign(m_p, source);
+  return *this;
+}
+
+MarlNode::~MarlNode() {
+  handle::release(m_p);
+}
+
+MarlNode::operator CUnknown*() const {
+  return m_p;
+}
+
+unsigned int MarlNode::getType() const {
+  return m_p->getType();
+}
+
+std::wstring const& MarlNode::getName() const {
+  return m_p->getName();
+}
+
+std::wstring const& MarlNode::getNamespacePrefix() const {
+  return m_p->getNamespacePrefix();
+}
+
+std::wstring const& MarlNode::getNamespace() const {
+  return m_p->getNamespacePrefix();
+}
+
+std::wstring const& MarlNode::getNamespaceURI() const {
+  return m_p->getNamespaceURI();
+}
+
+MarlNamespaceContext MarlNode::getNamespaceContext() const {
+  return m_p->getNamespaceContext();
+}
+
+std::wstring const& MarlNode::getValue() const {
+  return m_p->getValue();
+}
+
+void MarlNode::getValue(std::wstring& value) const {
+  m_p->getValue(value);
+}
+
+MarlNamedNodeMap MarlNode::getAttributes() const {
+  return m_p->getAttributes();
+}
+
+unsigned int MarlNode::setName(std::wstring const& name) {
+  return m_p->setName(name);
+}
+
+unsigned int MarlNode::setNamespacePrefix(std::wstring const& prefix) {
+  return m_p->setNamespacePrefix(prefix);
+}
+
+unsigned int MarlNode::setNamespace(std::wstring const& prefix) {
+  return m_p->setNamespacePrefix(prefix);
+}
+
+unsigned int MarlNode::setNamespaceURI(std::wstring const& uri) {
+  return m_p->setNamespaceURI(uri);
+}
+
+unsigned int MarlNode::setValue(std::wstring const& value) {
+  return m_p->setValue(value);
+}
+
+unsigned int MarlNode::appendChild(MarlNode const& child, unsigned char fast) {
+  return m_p->appendChild(child, fast);
+}
+
+unsigned int MarlNode::insertChild(MarlNode const& child, MarlNode const& ref) {
+  return m_p->insertChild(child, ref);
+}
+
+unsigned int MarlNode::replaceChild(MarlNode const& newChild, MarlNode const& oldChild) {
+  return m_p->replaceChild(newChild, oldChild);
+}
+
+unsigned int MarlNode::removeChild(MarlNode const& child) {
+  return m_p->removeChild(child);
+}
+
+void MarlNode::removeNode() {
+  m_p->removeNode();
+}
+
+MarlNode MarlNode::clone(int depth) const {
+  return m_p->clone(depth);
+}
+
+MarlNode MarlNode::getParent() const {
+  return MarlNode(m_p->parent);
+}
+
+MarlNode MarlNode::getFirstChild() const {
+  return MarlNode(m_p->firstChild);
+}
+
+MarlNode MarlNode::getLastChild() const {
+  return m_p->lastChild;
+}
+
+MarlNode MarlNode::getNext() const {
+  return MarlNode(m_p->next);
+}
+
+MarlNode MarlNode::getPrev() const {
+  return m_p->prev;
+}
+
+MarlNode MarlNode::getRoot() const {
+  return m_p->getRoot();
+}
+
+MarlDocument MarlNode::getOwnerDocument() const {
+  return m_p->getOwnerDocument();
+}
+
+unsigned char MarlNode::isRoot() const {
+  return m_p->parent == nullptr;
+}
+
+unsigned char MarlNode::isLeaf() const {
+  return m_p->numChildren == 0;
+}
+
+unsigned int MarlNode::numChildren() const {
+  return m_p->numChildren;
+}
+
+unsigned int MarlNode::getHeight() const {
+  return m_p->getHeight();
+}
+
+unsigned int MarlNode::getDepth() const {
+  return m_p->getDepth();
+}
+
+unsigned char MarlNode::hasAncestor(MarlNode const& ancestor) const {
+  if (!ancestor.m_p) return 1;
+  if (!m_p) return 0;
+  return m_p->hasAncestor(ancestor.m_p);
+}
+
+unsigned int MarlNode::getGID() const {
+  return m_p->GID;
+}
+
+MarlNode MarlNode::findFromGID(unsigned int gid, unsigned int depth) const {
+  return m_p->findFromGID(gid, depth);
+}
+
+void MarlNode::setPosition(unsigned int line, unsigned int column) {
+  m_p->setPosition(line, column);
+}
+
+void MarlNode::setLine(unsigned int line) {
+  m_p->setLine(line);
+}
+
+void MarlNode::setColumn(unsigned int column) {
+  m_p->setColumn(column);
+}
+
+unsigned int MarlNode::getLine() const {
+  return m_p->getLine();
+}
+
+unsigned int MarlNode::getColumn() const {
+  return m_p->getColumn();
+}
+
+// ---------------------------------------------------------------------------------------
+// compareName
+
+namespace {
+
+bool matchesWanted(std::wstring const& actual, std::wstring const& wanted) {
+  return (!wanted.empty() && wanted[0] == L'*') || actual == wanted;
+}
+
+}  // namespace
+
+unsigned char compareName(std::wstring const& name, std::wstring const& uri,
+                          std::wstring const& wantedName, std::wstring const& wantedUri,
+                          unsigned char) {
+  return matchesWanted(name, wantedName) && matchesWanted(uri, wantedUri);
+}

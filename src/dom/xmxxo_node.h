@@ -1,0 +1,130 @@
+#ifndef MARL_DOM_XMXXO_NODE_H
+#define MARL_DOM_XMXXO_NODE_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+#include "kernel/xmxxi_marl.h"
+#include "kernel/xmxxo_unkn.h"
+#include "marl/node.h"
+
+class CMarlDocument;
+class MarlNamedNodeMap;
+class MarlNamespaceContext;
+
+// The root of every node of the tree.
+//
+// Ownership runs backwards: a parent counts its last child and each child counts its previous
+// sibling, so one counted reference reaches all children while the forward links (parent,
+// next, first child, document) stay raw and free of cycles.
+class CMarlNode : public CUnknown, public AllocPolicyRollArea {
+ public:
+  using NodeType = MarlNode::NodeType;
+  using ResultCode = MarlNode::ResultCode;
+
+  CMarlNode();
+  // The copy of a subtree: a fresh number, no links, no position of its own; `depth` levels
+  // of children are cloned (a negative depth never reaches 0, so all of them).
+  CMarlNode(CMarlNode const& source, short depth);
+  ~CMarlNode() override;
+
+  virtual unsigned int setName(std::wstring const& name);
+  virtual unsigned int setNamespacePrefix(std::wstring const& prefix);
+  virtual unsigned int setNamespaceURI(std::wstring const& uri);
+  virtual unsigned int setValue(std::wstring const& value);
+  virtual unsigned int insertChild(MarlNode const& newChild, MarlNode const& refChild);
+  virtual unsigned int replaceChild(MarlNode const& newChild, MarlNode const& oldChild);
+  virtual unsigned int removeChild(MarlNode const& child);
+  virtual unsigned int appendChild(MarlNode const& child, unsigned char fast);
+  virtual MarlNode clone(int depth) const = 0;
+  virtual std::wstring const& getName() const;
+  virtual std::wstring const& getNamespacePrefix() const;
+  virtual std::wstring const& getNamespaceURI() const;
+  virtual MarlNamespaceContext getNamespaceContext() const;
+  virtual std::wstring const& getValue() const;
+  virtual void getValue(std::wstring& value) const;
+  virtual unsigned int getType() const = 0;
+  virtual MarlNamedNodeMap getAttributes() const;
+  virtual MarlDocument getOwnerDocument() const;
+
+  // Structure, read directly from the fields.
+  MarlNode getRoot() const;
+  unsigned int getHeight() const;
+  unsigned int getDepth() const;
+  unsigned char hasAncestor(CMarlNode const* ancestor) const;
+  MarlNode findFromGID(std::uint32_t gid, unsigned int depth) const;
+  void removeNode();
+
+  // Position.
+  void setPosition(unsigned int line, unsigned int column);
+  void setLine(unsigned int line);
+  void setColumn(unsigned int column);
+  unsigned int getLine() const;
+  unsigned int getColumn() const;
+
+  // Links this node under `newParent`, before `before` or at the end.
+  void link(CMarlNode* newParent, CMarlNode* before);
+  // Takes this node out of its parent's child list; the handle keeps it alive meanwhile.
+  MarlNode unlink();
+  // Makes `document` the owner of this node and everything below it.
+  void adoptInto(CMarlDocument* document);
+  // Cuts all children loose, from the front.
+  void releaseChildren();
+  // True when the node's atoms did not come from the current string cache.
+  bool isStale() const noexcept;
+
+  // The child operations of the kinds that have no children.
+  static unsigned int refuseChild() noexcept { return MarlNode::rcNotSupported; }
+
+  MarlNode prev;
+  MarlNode lastChild;
+  CMarlNode* parent;
+  CMarlNode* next;
+  CMarlNode* firstChild;
+  CMarlDocument* ownerDocument;
+  std::uint32_t numChildren;
+  std::uint32_t GID;
+  std::uint32_t position;
+
+ protected:
+  // The atom of a name-like value, interned in the string cache.
+  static Atom intern(std::wstring const& text) { return CMarlBase::instance().intern(text); }
+  static Atom emptyAtom() { return CMarlBase::instance().emptyAtom; }
+  static Atom unknownAtom() { return CMarlBase::instance().unknownAtom; }
+};
+
+// Allocates and constructs an object for a create operation: an empty handle when memory runs out.
+template <class Handle, class Impl, class... Args>
+Handle createObject(Args&&... args) {
+  try {
+    return Handle(new Impl(std::forward<Args>(args)...));
+  } catch (std::bad_alloc const&) {
+    return Handle();
+  }
+}
+
+// Defines the members of a node handle declared by MARL_NODE_HANDLE_MEMBERS.
+#define MARL_DEFINE_NODE_HANDLE(Handle, Impl, Id)                                          \
+  Handle::Handle(Impl* p) { m_p = handle::acquire<CMarlNode>(p); }                         \
+  Handle::Handle(CUnknown* p) { m_p = handle::query<Impl>(p, Id); }                        \
+  Handle::Handle(MarlNode const& node) {                                                   \
+    m_p = handle::query<Impl>(static_cast<CUnknown*>(node), Id);                           \
+  }                                                                                        \
+  Handle& Handle::operator=(Impl const* p) {                                               \
+    MarlNode::operator=(p);                                                                \
+    return *this;                                                                          \
+  }                                                                                        \
+  Impl* Handle::_impl() const noexcept { return static_cast<Impl*>(m_p); }
+
+// The `_queryInterface` of a node class answering `ids` (its own first).
+template <class Self>
+void* answerQuery(Self* self, unsigned int id, std::initializer_list<unsigned int> ids) {
+  if (id == idUnknown) return self;
+  for (unsigned int served : ids)
+    if (served == id) return self;
+  return nullptr;
+}
+
+#endif
