@@ -43,6 +43,13 @@ class MARL_API MarlNamedNodeMap {
   unsigned int removeNamedItemNS(std::wstring const& name, std::wstring const& uri);
   // Makes every entry forget its owner.
   void removeParent();
+
+  // Walks over the entries, first to last or last to first, skipping those the filter
+  // refuses; empty handles when memory runs out.
+  MarlNodeIterator createIterator() const;
+  MarlNodeIterator createIteratorFiltered(MarlNodeFilter const& filter) const;
+  MarlNodeIterator createRevIterator() const;
+  MarlNodeIterator createRevIteratorFiltered(MarlNodeFilter const& filter) const;
 };
 
 #endif

@@ -3,7 +3,9 @@
 
 #include "marl/attribute.h"
 #include "marl/chardata.h"
+#include "marl/doctype.h"
 #include "marl/element.h"
+#include "marl/entityref.h"
 #include "marl/namespace.h"
 #include "marl/node.h"
 #include "marl/pi.h"
@@ -58,9 +60,31 @@ class MARL_API MarlDocument : public MarlNode {
   MarlDocumentFragment createDocumentFragment();
   MarlPIParsed createPIParsed(std::wstring const& target);
   MarlPIUnparsed createPIUnparsed(std::wstring const& target, std::wstring const& data);
+  // A reference to the entity `name`, with empty identifiers.
+  MarlEntityRef createEntityRef(std::wstring const& name);
+  // A new document type, not stored in the document.
+  MarlDocumentType createDocumentType(std::wstring const& name, std::wstring const& prefix);
+
+  // The document type; every document has one from the start, holding the five predefined
+  // entities, but it is no child until setDocumentType links it. Empty once set to empty.
+  MarlDocumentType getDocumentType() const;
+  // Makes `type` the document type and its first child (in place of the old one when that was
+  // a child); an empty handle removes the old one.
+  void setDocumentType(MarlDocumentType const& type);
+  // Makes the document independent of its external subset: the declarations read from it
+  // count as internal, and the document type forgets its system identifier.
+  void expand();
 
   // Enters an element under an ID value; the first element entered for a value stays.
   void insertID(std::wstring const& id, MarlElement& element);
+  // The element entered under `id`, or else the first node of the tree whose attribute
+  // `attrName` with prefix `attrNamespace` has the value `id`, which is then entered. Empty
+  // when there is none, when that node is no element, or when memory runs out.
+  MarlElement findFromID(std::wstring const& attrName, std::wstring const& attrNamespace,
+                         std::wstring const& id) const;
+  // Renumbers all nodes in document order, each element's attributes right after it.
+  // Does nothing when memory runs out.
+  void linearize();
 };
 
 #endif

@@ -1,10 +1,14 @@
 #ifndef MARL_FACTORY_H
 #define MARL_FACTORY_H
 
+#include "marl/encoding.h"
 #include "marl/handle.h"
 
 class CMarl;
 class MarlDocument;
+class MarlOStream;
+class MarlStreamFactory;
+class MarlTokenRenderer;
 
 // Kept for the interface: the library passes 0 for a clean start and 2 when a host restores
 // objects of an earlier run; the factory does not read it.
@@ -31,8 +35,16 @@ class MARL_API Marl {
   // Told by the host after a locale change; nothing to do.
   void localeChanged();
 
+  // A new encoding object of that name and byte order; an empty handle when memory runs out.
+  MarlEncoding createEncoding(std::wstring const& name, MarlEncoding::ByteOrder byteOrder) const;
+
   // A new, empty document; empty when memory runs out.
   MarlDocument createDocument() const;
+
+  // A further handle on the library's one stream factory; empty only for an empty library.
+  MarlStreamFactory createStreamFactory() const;
+  // A token renderer over the stream; empty for an empty stream or when memory runs out.
+  MarlTokenRenderer createTokenRenderer(MarlOStream const& stream) const;
 
   // The implementation's raw answer to an interface query, not counted: null when the object
   // does not serve the identifier.

@@ -5,8 +5,11 @@
 
 class CMarlNode;
 class MarlDocument;
+class MarlInlineIterator;
 class MarlNamedNodeMap;
 class MarlNamespaceContext;
+class MarlNodeFilter;
+class MarlNodeIterator;
 
 // A node of a tree. A parent keeps its children alive, each child its earlier siblings; no
 // node keeps its parent or document alive, so a handle on a node keeps that node, its earlier
@@ -129,6 +132,41 @@ class MARL_API MarlNode {
   void setColumn(unsigned int column);
   unsigned int getLine() const;
   unsigned int getColumn() const;
+
+  // Walks from this node, parents before children, to its end mark: its next sibling, or its
+  // parent when it has none. `depth` limits the levels below the node (1: the node and its
+  // children; 0: no limit). The reverse walks take last children and previous siblings first,
+  // and go on beyond the node into its previous siblings and their subtrees. Each gives an empty
+  // handle when memory runs out.
+  MarlNodeIterator createIterator(unsigned int depth) const;
+  MarlNodeIterator createIteratorFiltered(MarlNodeFilter const& filter, unsigned int depth) const;
+  MarlNodeIterator createRevIterator(unsigned int depth) const;
+  MarlNodeIterator createRevIteratorFiltered(MarlNodeFilter const& filter,
+                                             unsigned int depth) const;
+  // The same walks seen through an iterator that stands on a node; empty when memory runs out.
+  MarlInlineIterator createInlineIterator(unsigned int depth) const;
+  MarlInlineIterator createRevInlineIterator(unsigned int depth) const;
+
+  // Filters; this node only makes them. Each gives an empty handle when memory runs out.
+  // Both members in one And (Or) filter, flattening a chain; empty when either is empty.
+  MarlNodeFilter createFilterAnd(MarlNodeFilter const& a, MarlNodeFilter const& b) const;
+  MarlNodeFilter createFilterOr(MarlNodeFilter const& a, MarlNodeFilter const& b) const;
+  // The inverse of `filter`; over an empty filter it refuses every node.
+  MarlNodeFilter createFilterNot(MarlNodeFilter const& filter) const;
+  // Takes the nodes whose kind is in `mask`, NodeType values ored together.
+  MarlNodeFilter createFilterNodeType(unsigned int mask) const;
+  // Takes the nodes of that name and prefix (or URI); '*' at the start matches anything.
+  MarlNodeFilter createFilterName(std::wstring const& name, std::wstring const& prefix) const;
+  MarlNodeFilter createFilterNameNS(std::wstring const& name, std::wstring const& uri) const;
+  // Takes the nodes having that attribute, with that value unless `value` is empty.
+  MarlNodeFilter createFilterAttribute(std::wstring const& name, std::wstring const& prefix,
+                                       std::wstring const& value) const;
+  MarlNodeFilter createFilterAttributeNS(std::wstring const& name, std::wstring const& uri,
+                                         std::wstring const& value) const;
+  // Takes the nodes whose parent (some ancestor, the node excluded) `filter` takes; over an
+  // empty filter they refuse every node.
+  MarlNodeFilter createFilterParent(MarlNodeFilter const& filter) const;
+  MarlNodeFilter createFilterAncestor(MarlNodeFilter const& filter) const;
 
  protected:
   CMarlNode* m_p;

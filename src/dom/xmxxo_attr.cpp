@@ -16,8 +16,15 @@ CMarlAttribute::CMarlAttribute(CMarlAttribute const& source, short)
       prefix(source.prefix),
       uri(source.uri),
       specified(source.specified),
-      value(source.value) {
-  assignValue(*source.value);
+      value(CMarlBase::instance().emptyAtom) {
+  // A stale source's atoms died with an earlier library; the copy, which is not stale, takes
+  // what the source reads instead of pointers it could not read safely.
+  if (source.isStale()) {
+    name = unknownAtom();
+    prefix = emptyAtom();
+    uri = emptyAtom();
+  }
+  assignValue(source.getValue());
 }
 
 void* CMarlAttribute::_queryInterface(unsigned int id) {

@@ -12,9 +12,10 @@ bool isSpace(wchar_t element) {
 
 CMarlCharacterData::CMarlCharacterData() : data(CMarlBase::instance().emptyAtom) {}
 
+// The copy takes what the source reads: a stale source's atom died with an earlier library.
 CMarlCharacterData::CMarlCharacterData(CMarlCharacterData const& source, short depth)
-    : CMarlNode(source, depth), data(source.data) {
-  setValue(*source.data);
+    : CMarlNode(source, depth), data(CMarlBase::instance().emptyAtom) {
+  setValue(source.getValue());
 }
 
 void* CMarlCharacterData::_queryInterface(unsigned int id) {
@@ -69,9 +70,10 @@ std::wstring CMarlCharacterData::substringData(unsigned int offset, unsigned int
   return text.substr(offset, count);
 }
 
+// Read through getValue, which keeps away from the dead atom of a stale node.
 void CMarlCharacterData::ownText() {
   if (data == &ownData) return;
-  ownData = *data;
+  ownData = getValue();
   data = &ownData;
 }
 

@@ -5,9 +5,13 @@
 #include "dom/xmxxo_comm.h"
 #include "dom/xmxxo_docf.h"
 #include "dom/xmxxo_elem.h"
+#include "dom/xmxxo_nite.h"
+#include "dom/xmxxo_nmap.h"
 #include "dom/xmxxo_nsd.h"
 #include "dom/xmxxo_pi.h"
 #include "dom/xmxxo_text.h"
+#include "dtd/xmxxo_doct.h"
+#include "dtd/xmxxo_entr.h"
 
 namespace {
 
@@ -17,9 +21,28 @@ constexpr std::size_t c_endTagLineTableSize = 256;
 // A text node of any of the three kinds, holding `text`.
 template <class Handle, class Impl>
 Handle createCharacterData(std::wstring const& text) {
-  Handle node = createObject<Handle, Impl>();
-  if (node) node._impl()->setValue(text);
-  return node;
+  try {
+    Handle node(new Impl());
+    node._impl()->setValue(text);
+    return node;
+  } catch (std::bad_alloc const&) {
+    return Handle();
+  }
+}
+
+// The five entities every document knows. Their values are the character references
+// themselves, so that the declarations read back the same when written out.
+void declarePredefinedEntities(CMarlDocumentType& type) {
+  static wchar_t const* const c_predefined[][2] = {
+      {L"lt", L"&#60;"}, {L"gt", L"&#62;"}, {L"amp", L"&#38;"},
+      {L"apos", L"&#39;"}, {L"quot", L"&#34;"}};
+  for (auto const& entity : c_predefined)
+    if (!type.createIntEntityDecl(0, entity[0], entity[1])) throw std::bad_alloc();
+}
+
+void internalizeSubtree(CMarlNode* node) {
+  if (std::uint8_t* external = CMarlDocumentType::externalFlag(node)) *external = 0;
+  for (CMarlNode* child = node->firstChild; child; child = child->next) internalizeSubtree(child);
 }
 
 }  // namespace
@@ -36,18 +59,27 @@ EndTagLineTable::~EndTagLineTable() = default;
 // CMarlDocument
 
 CMarlDocument::CMarlDocument()
-    : version(L"1.0"), standalone(0), declaration(1), idTable(nullptr), endTagLines(nullptr) {
+    : documentType(new CMarlDocumentType(std::wstring(), std::wstring())),
+      version(L"1.0"),
+      standalone(0),
+      declaration(1),
+      idTable(nullptr),
+      endTagLines(nullptr) {
   ownerDocument = this;
+  declarePredefinedEntities(*documentType._impl());
 }
 
 CMarlDocument::CMarlDocument(CMarlDocument const& source, short depth)
     : CMarlNode(source, depth),
+      documentType(source.documentType),
       version(source.version),
       standalone(source.standalone),
       declaration(source.declaration),
       idTable(nullptr),
       endTagLines(nullptr) {
   ownerDocument = this;
+  // The type is shared, so these find the names taken and change no map.
+  if (documentType) declarePredefinedEntities(*documentType._impl());
 }
 
 CMarlDocument::~CMarlDocument() {
@@ -55,12 +87,20 @@ CMarlDocument::~CMarlDocument() {
   idTable = nullptr;
   delete endTagLines;
   endTagLines = nullptr;
-  // Nodes that outlive the document through outside handles must not point at it.
-  adoptInto(nullptr);
-}
-
-void CMarlDocument::adoptAll() {
-  adoptInto(this);
+  // Nodes that outlive the document through outside handles must not point at it. The walk
+  // hands out handles on the document itself; the document counts itself meanwhile, so that
+  // letting them go does not delete it a second time.
+  addRef();
+  {
+    // Without the library no iterator is made, lest a dying document bring the library back.
+    MarlNodeIterator walk;
+    if (CMarlBase::c_pMarl) walk = createIteratorFiltered(MarlNodeFilter(), UINT32_MAX);
+    if (walk)
+      setOwnerAlong(walk, nullptr);
+    else
+      adoptInto(nullptr);
+  }
+  dropRef();
 }
 
 void* CMarlDocument::_queryInterface(unsigned int id) {
@@ -73,7 +113,12 @@ unsigned int CMarlDocument::_queryClass() const {
 
 MarlNode CMarlDocument::clone(int depth) const {
   MarlDocument copy = createObject<MarlDocument, CMarlDocument>(*this, static_cast<short>(depth));
-  if (copy) copy._impl()->adoptAll();
+  if (!copy) return copy;
+  // A copy whose nodes do not know their document is no copy: without memory for the walk
+  // there is none.
+  MarlNodeIterator walk = copy._impl()->createIteratorFiltered(MarlNodeFilter(), 0);
+  if (!walk) return MarlNode();
+  setOwnerAlong(walk, copy._impl());
   return copy;
 }
 
@@ -172,12 +217,96 @@ MarlPIUnparsed CMarlDocument::createPIUnparsed(std::wstring const& target, std::
   }
 }
 
+MarlEntityRef CMarlDocument::createEntityRef(std::wstring const& name) {
+  try {
+    return MarlEntityRef(new CMarlEntityRef(CMarlBase::instance().intern(name)));
+  } catch (std::bad_alloc const&) {
+    return MarlEntityRef();
+  }
+}
+
+MarlDocumentType CMarlDocument::createDocumentType(std::wstring const& name,
+                                                   std::wstring const& prefix) {
+  return createObject<MarlDocumentType, CMarlDocumentType>(name, prefix);
+}
+
+// The type always stands first among the children; the old one leaves its place to the new.
+void CMarlDocument::setDocumentType(MarlDocumentType const& type) {
+  if (!type) {
+    if (documentType) removeChild(documentType);
+    documentType = static_cast<CMarlDocumentType const*>(nullptr);
+    return;
+  }
+  if (documentType && documentType._impl()->parent == this) {
+    if (documentType._impl() != type._impl()) replaceChild(type, documentType);
+  } else {
+    insertChild(type, MarlNode(firstChild));
+  }
+  documentType = type;
+}
+
+void CMarlDocument::expand() {
+  internalizeNodes(MarlNode(this));
+  if (documentType) documentType._impl()->systemId.clear();
+}
+
+void CMarlDocument::internalizeNodes(MarlNode const& node) {
+  if (node) internalizeSubtree(node._impl());
+}
+
+DefaultAttributeTable const* CMarlDocument::getDefaultAttributeTable() const {
+  return documentType ? documentType._impl()->defaultAttributes : nullptr;
+}
+
 // A cache: failures to make or grow the table are swallowed.
 void CMarlDocument::insertID(std::wstring const& id, MarlElement const& element) {
   try {
     if (!idTable) idTable = new CIDTable;
     idTable->emplace(id, id, element);
   } catch (std::bad_alloc const&) {
+  }
+}
+
+// The table answers first; a hit of the search is entered, so the table is a cache whose
+// entries keep answering after their attribute changed.
+MarlElement CMarlDocument::findFromID(std::wstring const& attrName,
+                                      std::wstring const& attrNamespace, std::wstring const& id) {
+  try {
+    if (!idTable) idTable = new CIDTable;
+    if (auto const* entry = idTable->find(id)) return entry->second;
+    // By name and prefix: the second string is taken for the attribute's prefix.
+    MarlNodeFilter carriesId = createFilterAttribute(attrName, attrNamespace, id);
+    if (!carriesId) return MarlElement();
+    MarlNodeIterator walk = createIteratorFiltered(carriesId, 0);
+    if (!walk) return MarlElement();
+    MarlElement found(walk.getNext());
+    if (found) insertID(id, found);
+    return found;
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+// The end-tag and ID tables are not adjusted: end-tag lines stay under the old numbers.
+void CMarlDocument::linearize() {
+  MarlNodeIterator walk = createIteratorFiltered(MarlNodeFilter(), UINT32_MAX);
+  if (!walk) return;
+  CMarl& marl = CMarlBase::instance();
+  for (MarlNode node = walk.getNext(); node; node = walk.getNext()) {
+    CMarlNode* current = node._impl();
+    current->GID = marl.takeGID();
+    unsigned int kind = current->getType();
+    if (kind != MarlNode::nodeElement && kind != MarlNode::nodePIParsed) continue;
+    // An element that never made its map has attributes to number only when the document
+    // type supplies defaults; otherwise making one here would cost a map per element for
+    // nothing.
+    if (kind == MarlNode::nodeElement && !static_cast<CMarlElement*>(current)->attributes &&
+        !getDefaultAttributeTable())
+      continue;
+    MarlNamedNodeMap attributes = current->getAttributes();
+    if (!attributes) continue;
+    for (MarlNode const& attribute : attributes._impl()->entries)
+      attribute._impl()->GID = marl.takeGID();
   }
 }
 
@@ -288,8 +417,39 @@ MarlPIUnparsed MarlDocument::createPIUnparsed(std::wstring const& target, std::w
   return _impl()->createPIUnparsed(target, data);
 }
 
+MarlEntityRef MarlDocument::createEntityRef(std::wstring const& name) {
+  return _impl()->createEntityRef(name);
+}
+
+MarlDocumentType MarlDocument::createDocumentType(std::wstring const& name,
+                                                  std::wstring const& prefix) {
+  return _impl()->createDocumentType(name, prefix);
+}
+
+MarlDocumentType MarlDocument::getDocumentType() const {
+  return _impl()->documentType;
+}
+
+void MarlDocument::setDocumentType(MarlDocumentType const& type) {
+  _impl()->setDocumentType(type);
+}
+
+void MarlDocument::expand() {
+  _impl()->expand();
+}
+
 void MarlDocument::insertID(std::wstring const& id, MarlElement& element) {
   _impl()->insertID(id, element);
+}
+
+MarlElement MarlDocument::findFromID(std::wstring const& attrName,
+                                     std::wstring const& attrNamespace,
+                                     std::wstring const& id) const {
+  return _impl()->findFromID(attrName, attrNamespace, id);
+}
+
+void MarlDocument::linearize() {
+  _impl()->linearize();
 }
 
 // ---------------------------------------------------------------------------------------

@@ -8,6 +8,8 @@
 #include "marl/document.h"
 #include "text/xmxxu_stri.h"
 
+class DefaultAttributeTable;
+
 // Elements by ID value. The table holds its elements, so an entry keeps answering until the
 // document dies, even after the attribute changed.
 struct IdTraits {
@@ -68,20 +70,31 @@ class CMarlDocument : public CMarlNode {
   MarlDocumentFragment createDocumentFragment();
   MarlPIParsed createPIParsed(std::wstring const& target);
   MarlPIUnparsed createPIUnparsed(std::wstring const& target, std::wstring const& data);
+  MarlEntityRef createEntityRef(std::wstring const& name);
+  MarlDocumentType createDocumentType(std::wstring const& name, std::wstring const& prefix);
+
+  void setDocumentType(MarlDocumentType const& type);
+  void expand();
+  // Marks the declarations, comments and processing instructions at and below `node` as
+  // internal.
+  void internalizeNodes(MarlNode const& node);
+  // The attribute defaults of the document type; null when it has none.
+  DefaultAttributeTable const* getDefaultAttributeTable() const;
 
   void insertID(std::wstring const& id, MarlElement const& element);
+  // Not const in here: a lookup fills the ID table.
+  MarlElement findFromID(std::wstring const& attrName, std::wstring const& attrNamespace,
+                         std::wstring const& id);
+  void linearize();
   void setEndTagLine(std::uint32_t gid, std::uint32_t line);
   std::uint32_t getEndTagLine(std::uint32_t gid) const;
 
+  MarlDocumentType documentType;
   std::wstring version;
   std::uint8_t standalone;
   std::uint8_t declaration;
   CIDTable* idTable;
   EndTagLineTable* endTagLines;
-
- private:
-  // Makes every node below the document point at it.
-  void adoptAll();
 };
 
 #endif

@@ -6,6 +6,7 @@
 #include "dom/xmxxo_nsc.h"
 #include "dom/xmxxo_nsd.h"
 #include "dom/xmxxo_text.h"
+#include "dtd/xmxxu_atdf.h"
 
 CMarlElement::CMarlElement(Atom elementName, Atom elementPrefix, Atom elementUri)
     : name(elementName), prefix(elementPrefix), uri(elementUri) {}
@@ -56,12 +57,16 @@ unsigned int CMarlElement::setNamespaceURI(std::wstring const& text) {
 }
 
 // The children give way to one text node, also for an empty value.
+// The text is made before the children go, so that running out of memory changes nothing.
 unsigned int CMarlElement::setValue(std::wstring const& value) {
-  while (firstChild) firstChild->removeNode();
-  MarlText text = createObject<MarlText, CMarlText>();
-  if (!text) return MarlNode::rcNoNode;
-  text._impl()->setValue(value);
-  appendChild(text, 0);
+  try {
+    MarlText text(new CMarlText());
+    text._impl()->setValue(value);
+    while (firstChild) firstChild->removeNode();
+    appendChild(text, 0);
+  } catch (std::bad_alloc const&) {
+    return MarlNode::rcNoNode;
+  }
   return MarlNode::rcOK;
 }
 
@@ -108,6 +113,10 @@ MarlNamespaceContext CMarlElement::getNamespaceContext() const {
       namespaceContext = createObject<MarlNamespaceContext, CMarlNamespaceContext>();
     return namespaceContext;
   }
+  // Defaults of the document type may declare namespaces. They go into the map before the
+  // context is built, since attaching a declaration drops the context being built.
+  if (!attributes && !isStale() && ownerDocument && ownerDocument->getDefaultAttributeTable())
+    initAttributes();
   MarlElement parentElement(static_cast<CUnknown*>(parent));
   if (parentElement)
     namespaceContext = parentElement._impl()->getNamespaceContext();
@@ -157,6 +166,20 @@ MarlNamedNodeMap CMarlElement::getAttributes() const {
 void CMarlElement::initAttributes() const {
   if (attributes) return;
   attributes = createObject<MarlNamedNodeMap, CMarlNamedNodeMap>();
+  if (attributes) addDefaultAttributes();
+}
+
+// Like a map that cannot be made, a default that cannot be made is simply missing: reading
+// attributes does not fail.
+void CMarlElement::addDefaultAttributes() const {
+  if (!ownerDocument) return;
+  DefaultAttributeTable const* table = ownerDocument->getDefaultAttributeTable();
+  if (!table) return;
+  MarlElement self(const_cast<CMarlElement*>(this));
+  try {
+    table->addDefaultAttributes(self);
+  } catch (std::bad_alloc const&) {
+  }
 }
 
 std::wstring const& CMarlElement::getAttribute(std::wstring const& attributeName,
@@ -188,33 +211,37 @@ MarlAttribute CMarlElement::getAttributeNodeNS(std::wstring const& attributeName
 unsigned int CMarlElement::setAttribute(std::wstring const& attributeName,
                                         std::wstring const& attributePrefix,
                                         std::wstring const& value) {
-  MarlAttribute existing = getAttributeNode(attributeName, attributePrefix);
-  if (existing) return existing._impl()->setValue(value);
-  return addAttribute(intern(attributeName), intern(attributePrefix), emptyAtom(), value);
+  try {
+    MarlAttribute existing = getAttributeNode(attributeName, attributePrefix);
+    if (existing) return existing._impl()->setValue(value);
+    return addAttribute(intern(attributeName), intern(attributePrefix), emptyAtom(), value);
+  } catch (std::bad_alloc const&) {
+    return MarlNode::rcNoNode;
+  }
 }
 
 unsigned int CMarlElement::setAttributeNS(std::wstring const& attributeName,
                                           std::wstring const& attributePrefix,
                                           std::wstring const& attributeUri,
                                           std::wstring const& value) {
-  MarlAttribute existing = getAttributeNodeNS(attributeName, attributeUri);
-  if (existing) return existing._impl()->setValue(value);
-  // The context must stand before the map changes.
-  getNamespaceContext();
-  return addAttribute(intern(attributeName), intern(attributePrefix), intern(attributeUri), value);
+  try {
+    MarlAttribute existing = getAttributeNodeNS(attributeName, attributeUri);
+    if (existing) return existing._impl()->setValue(value);
+    // The context must stand before the map changes.
+    getNamespaceContext();
+    return addAttribute(intern(attributeName), intern(attributePrefix), intern(attributeUri), value);
+  } catch (std::bad_alloc const&) {
+    return MarlNode::rcNoNode;
+  }
 }
 
 unsigned int CMarlElement::addAttribute(Atom attributeName, Atom attributePrefix, Atom attributeUri,
                                         std::wstring const& value) {
   if (!attributes) return MarlNode::rcNoNode;
-  try {
-    MarlAttribute attribute(new CMarlAttribute(attributeName, attributePrefix, attributeUri));
-    attribute._impl()->setValue(value);
-    attribute._impl()->parent = this;
-    attributes.setNamedItem(attribute);
-  } catch (std::bad_alloc const&) {
-    return MarlNode::rcNoNode;
-  }
+  MarlAttribute attribute(new CMarlAttribute(attributeName, attributePrefix, attributeUri));
+  attribute._impl()->setValue(value);
+  attribute._impl()->parent = this;
+  attributes.setNamedItem(attribute);
   return MarlNode::rcOK;
 }
 

@@ -57,6 +57,8 @@ class CMarlElement : public CMarlNode {
 
   // Makes the attribute map on first use.
   void initAttributes() const;
+  // Gives the element the defaults of its document's type that it lacks.
+  void addDefaultAttributes() const;
   // A namespace context private to this element.
   MarlNamespaceContext forkNamespaceContext();
   // Drops the cached contexts here and below: a declaration changed.
@@ -69,7 +71,7 @@ class CMarlElement : public CMarlNode {
   mutable MarlNamedNodeMap attributes;
 
  private:
-  // Adds a new attribute for setAttribute and setAttributeNS; rcNoNode when memory runs out.
+  // Adds a new attribute for setAttribute and setAttributeNS; bad_alloc when memory runs out.
   unsigned int addAttribute(Atom attributeName, Atom attributePrefix, Atom attributeUri,
                             std::wstring const& value);
   // Binds the declarations among the attributes into a context of the element's own.

@@ -24,10 +24,23 @@ class CMarlNamedNodeMap : public CUnknown, public AllocPolicyRollArea {
   unsigned int removeNamedItem(std::wstring const& name, std::wstring const& prefix);
   unsigned int removeNamedItemNS(std::wstring const& name, std::wstring const& uri);
   void removeParent();
+  // Walks over the entries; empty handles when memory runs out.
+  MarlNodeIterator createIteratorFiltered(MarlNodeFilter const& filter) const;
+  MarlNodeIterator createRevIteratorFiltered(MarlNodeFilter const& filter) const;
 
   Entries entries;
 
  private:
+  // An entry that left the map while someone else held it. It keeps naming its owner, as a
+  // removed attribute still answers its element; the map keeps it so that it can tell it when
+  // the owner goes.
+  struct Departed {
+    MarlNode node;
+    CMarlNode* owner;
+  };
+
+  void depart(MarlNode const& entry);
+
   // Which second name part identifies an entry: its prefix or its namespace URI.
   using NamePart = std::wstring const& (CMarlNode::*)() const;
 
@@ -35,6 +48,12 @@ class CMarlNamedNodeMap : public CUnknown, public AllocPolicyRollArea {
   std::size_t indexOf(Atom name, Atom second, NamePart part) const;
   unsigned int set(MarlNode const& node, NamePart part);
   unsigned int remove(std::wstring const& name, std::wstring const& second, NamePart part);
+  // The document type's default that takes the place of a removed attribute; empty when
+  // there is none.
+  MarlAttribute defaultFor(MarlNode const& entry, std::wstring const& name,
+                           std::wstring const& second) const;
+
+  std::vector<Departed, tova_alloc<Departed>> departed;
 };
 
 #endif

@@ -6,6 +6,8 @@
 #include "dom/xmxxo_attr.h"
 #include "dom/xmxxo_doc.h"
 #include "dom/xmxxo_elem.h"
+#include "dom/xmxxo_nfil.h"
+#include "dom/xmxxo_nite.h"
 #include "dom/xmxxo_nmap.h"
 #include "dom/xmxxo_nsc.h"
 
@@ -110,9 +112,10 @@ unsigned int CMarlNode::appendChild(MarlNode const& child, unsigned char fast) {
     while (node->firstChild) appendChild(MarlNode(node->firstChild), 0);
     return MarlNode::rcOK;
   }
+  MarlNodeIterator adoption = ownerWalk(node, this);
   node->unlink();
   node->link(this, nullptr);
-  if (node->ownerDocument != ownerDocument) node->adoptInto(ownerDocument);
+  if (adoption) setOwnerAlong(adoption, ownerDocument);
   return MarlNode::rcOK;
 }
 
@@ -127,10 +130,19 @@ unsigned int CMarlNode::insertChild(MarlNode const& newChild, MarlNode const& re
     while (node->firstChild) insertChild(MarlNode(node->firstChild), refChild);
     return MarlNode::rcOK;
   }
+  MarlNodeIterator adoption = ownerWalk(node, ref ? ref : this);
   node->unlink();
   node->link(this, ref);
-  if (node->ownerDocument != ownerDocument) node->adoptInto(ownerDocument);
+  if (adoption) setOwnerAlong(adoption, ownerDocument);
   return MarlNode::rcOK;
+}
+
+// The walk is the one createIterator(0) makes on the node once it is linked: its end mark is
+// the next sibling, else the parent.
+MarlNodeIterator CMarlNode::ownerWalk(CMarlNode* node, CMarlNode* endMark) const {
+  if (node->ownerDocument == ownerDocument) return MarlNodeIterator();
+  return MarlNodeIterator(
+      new CNodeIteratorDFS(MarlNode(node), MarlNode(endMark), 0, MarlNodeFilter()));
 }
 
 unsigned int CMarlNode::replaceChild(MarlNode const& newChild, MarlNode const& oldChild) {
@@ -284,6 +296,78 @@ void CMarlNode::removeNode() {
   // Each child stands alone afterwards; grandchildren stay with their parents.
   while (firstChild) firstChild->unlink();
   unlink();
+}
+
+MarlNodeIterator CMarlNode::createIteratorFiltered(MarlNodeFilter const& filter,
+                                                   unsigned int depth) const {
+  try {
+    return CNodeIteratorDFS::from(const_cast<CMarlNode*>(this), depth, filter);
+  } catch (std::bad_alloc const&) {
+    return MarlNodeIterator();
+  }
+}
+
+MarlNodeIterator CMarlNode::createRevIteratorFiltered(MarlNodeFilter const& filter,
+                                                      unsigned int depth) const {
+  try {
+    return CNodeRevIteratorDFS::from(const_cast<CMarlNode*>(this), depth, filter);
+  } catch (std::bad_alloc const&) {
+    return MarlNodeIterator();
+  }
+}
+
+MarlInlineIterator CMarlNode::createInlineIterator(unsigned int depth) const {
+  return CInlineIterator::over(createIteratorFiltered(MarlNodeFilter(), depth));
+}
+
+MarlInlineIterator CMarlNode::createRevInlineIterator(unsigned int depth) const {
+  return CInlineIterator::over(createRevIteratorFiltered(MarlNodeFilter(), depth));
+}
+
+MarlNodeFilter CMarlNode::createFilterAnd(MarlNodeFilter const& a, MarlNodeFilter const& b) const {
+  return CNodeFilterAnd::combine(a, b);
+}
+
+MarlNodeFilter CMarlNode::createFilterOr(MarlNodeFilter const& a, MarlNodeFilter const& b) const {
+  return CNodeFilterOr::combine(a, b);
+}
+
+MarlNodeFilter CMarlNode::createFilterNot(MarlNodeFilter const& filter) const {
+  return createFilter<CNodeFilterNot>(filter);
+}
+
+MarlNodeFilter CMarlNode::createFilterNodeType(unsigned int mask) const {
+  return createFilter<CNodeFilterNodeType>(mask);
+}
+
+MarlNodeFilter CMarlNode::createFilterName(std::wstring const& name,
+                                           std::wstring const& prefix) const {
+  return createFilter<CNodeFilterName>(name, prefix);
+}
+
+MarlNodeFilter CMarlNode::createFilterNameNS(std::wstring const& name,
+                                             std::wstring const& uri) const {
+  return createFilter<CNodeFilterNameNS>(name, uri);
+}
+
+MarlNodeFilter CMarlNode::createFilterAttribute(std::wstring const& name,
+                                                std::wstring const& prefix,
+                                                std::wstring const& value) const {
+  return createFilter<CNodeFilterAttribute>(name, prefix, value);
+}
+
+MarlNodeFilter CMarlNode::createFilterAttributeNS(std::wstring const& name,
+                                                  std::wstring const& uri,
+                                                  std::wstring const& value) const {
+  return createFilter<CNodeFilterAttributeNS>(name, uri, value);
+}
+
+MarlNodeFilter CMarlNode::createFilterParent(MarlNodeFilter const& filter) const {
+  return createFilter<CNodeFilterParent>(filter);
+}
+
+MarlNodeFilter CMarlNode::createFilterAncestor(MarlNodeFilter const& filter) const {
+  return createFilter<CNodeFilterAncestor>(filter);
 }
 
 // Keeps a long single-line document usable: a column beyond the narrow field survives while
@@ -505,6 +589,78 @@ unsigned int MarlNode::getLine() const {
 
 unsigned int MarlNode::getColumn() const {
   return m_p->getColumn();
+}
+
+MarlNodeIterator MarlNode::createIterator(unsigned int depth) const {
+  return m_p->createIteratorFiltered(MarlNodeFilter(), depth);
+}
+
+MarlNodeIterator MarlNode::createIteratorFiltered(MarlNodeFilter const& filter,
+                                                  unsigned int depth) const {
+  return m_p->createIteratorFiltered(filter, depth);
+}
+
+MarlNodeIterator MarlNode::createRevIterator(unsigned int depth) const {
+  return m_p->createRevIteratorFiltered(MarlNodeFilter(), depth);
+}
+
+MarlNodeIterator MarlNode::createRevIteratorFiltered(MarlNodeFilter const& filter,
+                                                     unsigned int depth) const {
+  return m_p->createRevIteratorFiltered(filter, depth);
+}
+
+MarlInlineIterator MarlNode::createInlineIterator(unsigned int depth) const {
+  return m_p->createInlineIterator(depth);
+}
+
+MarlInlineIterator MarlNode::createRevInlineIterator(unsigned int depth) const {
+  return m_p->createRevInlineIterator(depth);
+}
+
+MarlNodeFilter MarlNode::createFilterAnd(MarlNodeFilter const& a, MarlNodeFilter const& b) const {
+  return m_p->createFilterAnd(a, b);
+}
+
+MarlNodeFilter MarlNode::createFilterOr(MarlNodeFilter const& a, MarlNodeFilter const& b) const {
+  return m_p->createFilterOr(a, b);
+}
+
+MarlNodeFilter MarlNode::createFilterNot(MarlNodeFilter const& filter) const {
+  return m_p->createFilterNot(filter);
+}
+
+MarlNodeFilter MarlNode::createFilterNodeType(unsigned int mask) const {
+  return m_p->createFilterNodeType(mask);
+}
+
+MarlNodeFilter MarlNode::createFilterName(std::wstring const& name,
+                                          std::wstring const& prefix) const {
+  return m_p->createFilterName(name, prefix);
+}
+
+MarlNodeFilter MarlNode::createFilterNameNS(std::wstring const& name,
+                                            std::wstring const& uri) const {
+  return m_p->createFilterNameNS(name, uri);
+}
+
+MarlNodeFilter MarlNode::createFilterAttribute(std::wstring const& name,
+                                               std::wstring const& prefix,
+                                               std::wstring const& value) const {
+  return m_p->createFilterAttribute(name, prefix, value);
+}
+
+MarlNodeFilter MarlNode::createFilterAttributeNS(std::wstring const& name,
+                                                 std::wstring const& uri,
+                                                 std::wstring const& value) const {
+  return m_p->createFilterAttributeNS(name, uri, value);
+}
+
+MarlNodeFilter MarlNode::createFilterParent(MarlNodeFilter const& filter) const {
+  return m_p->createFilterParent(filter);
+}
+
+MarlNodeFilter MarlNode::createFilterAncestor(MarlNodeFilter const& filter) const {
+  return m_p->createFilterAncestor(filter);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -11,8 +11,11 @@
 #include "marl/node.h"
 
 class CMarlDocument;
+class MarlInlineIterator;
 class MarlNamedNodeMap;
 class MarlNamespaceContext;
+class MarlNodeFilter;
+class MarlNodeIterator;
 
 // The root of every node of the tree.
 //
@@ -57,6 +60,27 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   MarlNode findFromGID(std::uint32_t gid, unsigned int depth) const;
   void removeNode();
 
+  // Walks from this node; empty handles when memory runs out.
+  MarlNodeIterator createIteratorFiltered(MarlNodeFilter const& filter, unsigned int depth) const;
+  MarlNodeIterator createRevIteratorFiltered(MarlNodeFilter const& filter,
+                                             unsigned int depth) const;
+  MarlInlineIterator createInlineIterator(unsigned int depth) const;
+  MarlInlineIterator createRevInlineIterator(unsigned int depth) const;
+
+  // Filters; this node only makes them. Empty handles when memory runs out.
+  MarlNodeFilter createFilterAnd(MarlNodeFilter const& a, MarlNodeFilter const& b) const;
+  MarlNodeFilter createFilterOr(MarlNodeFilter const& a, MarlNodeFilter const& b) const;
+  MarlNodeFilter createFilterNot(MarlNodeFilter const& filter) const;
+  MarlNodeFilter createFilterNodeType(unsigned int mask) const;
+  MarlNodeFilter createFilterName(std::wstring const& name, std::wstring const& prefix) const;
+  MarlNodeFilter createFilterNameNS(std::wstring const& name, std::wstring const& uri) const;
+  MarlNodeFilter createFilterAttribute(std::wstring const& name, std::wstring const& prefix,
+                                       std::wstring const& value) const;
+  MarlNodeFilter createFilterAttributeNS(std::wstring const& name, std::wstring const& uri,
+                                         std::wstring const& value) const;
+  MarlNodeFilter createFilterParent(MarlNodeFilter const& filter) const;
+  MarlNodeFilter createFilterAncestor(MarlNodeFilter const& filter) const;
+
   // Position.
   void setPosition(unsigned int line, unsigned int column);
   void setLine(unsigned int line);
@@ -68,7 +92,8 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   void link(CMarlNode* newParent, CMarlNode* before);
   // Takes this node out of its parent's child list; the handle keeps it alive meanwhile.
   MarlNode unlink();
-  // Makes `document` the owner of this node and everything below it.
+  // Makes `document` the owner of this node and everything below it, following the links
+  // without an iterator: for the one walk that must not fail for want of memory.
   void adoptInto(CMarlDocument* document);
   // Cuts all children loose, from the front.
   void releaseChildren();
@@ -93,6 +118,12 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   static Atom intern(std::wstring const& text) { return CMarlBase::instance().intern(text); }
   static Atom emptyAtom() { return CMarlBase::instance().emptyAtom; }
   static Atom unknownAtom() { return CMarlBase::instance().unknownAtom; }
+
+ private:
+  // The walk that gives `node`'s subtree this node's owner document once `node` stands before
+  // `endMark`; empty when the two already share the owner. It is made before the node moves,
+  // so that bad_alloc leaves the tree as it was.
+  MarlNodeIterator ownerWalk(CMarlNode* node, CMarlNode* endMark) const;
 };
 
 // Allocates and constructs an object for a create operation: an empty handle when memory runs out.

@@ -5,8 +5,9 @@
 
 CMarlPI::CMarlPI(Atom piTarget) : target(piTarget), external(0) {}
 
+// A stale source's target died with an earlier library: the copy reads the unknown name.
 CMarlPI::CMarlPI(CMarlPI const& source, short depth)
-    : CMarlNode(source, depth), target(source.target), external(source.external) {}
+    : CMarlNode(source, depth), target(&source.getName()), external(source.external) {}
 
 void* CMarlPI::_queryInterface(unsigned int id) {
   return answerQuery(this, id, {idPI, idNode});
@@ -116,11 +117,12 @@ std::wstring const& CMarlPIParsed::getAttribute(std::wstring const& name) const 
   return found ? found.getValue() : *emptyAtom();
 }
 
+// The lookup and the new value intern their strings too, so memory can run out on every path.
 unsigned int CMarlPIParsed::setAttribute(std::wstring const& name, std::wstring const& value) {
-  MarlAttribute existing = getAttributeNode(name);
-  if (existing) return existing._impl()->setValue(value);
-  if (!attributes) return MarlNode::rcNoNode;
   try {
+    MarlAttribute existing = getAttributeNode(name);
+    if (existing) return existing._impl()->setValue(value);
+    if (!attributes) return MarlNode::rcNoNode;
     MarlAttribute attribute(new CMarlAttribute(intern(name), emptyAtom(), emptyAtom()));
     attribute._impl()->setValue(value);
     attribute._impl()->parent = this;
@@ -131,12 +133,18 @@ unsigned int CMarlPIParsed::setAttribute(std::wstring const& name, std::wstring 
   return MarlNode::rcOK;
 }
 
+// The pair takes this instruction as its owner only once the map holds it.
 unsigned int CMarlPIParsed::setAttributeNode(MarlAttribute const& attribute) {
   if (!attribute) return MarlNode::rcNoNode;
   MarlNamedNodeMap map = getAttributes();
   if (!map) return MarlNode::rcNoNode;
-  attribute._impl()->parent = this;
-  return map.setNamedItem(attribute);
+  try {
+    unsigned int result = map.setNamedItem(attribute);
+    attribute._impl()->parent = this;
+    return result;
+  } catch (std::bad_alloc const&) {
+    return MarlNode::rcNoNode;
+  }
 }
 
 unsigned int CMarlPIParsed::removeAttribute(std::wstring const& name) {

@@ -2,6 +2,9 @@
 
 #include <new>
 
+#include "streams/xmxxu_strm.h"
+#include "text/xmxxu_enco.h"
+
 namespace {
 
 std::uint32_t rotateLeft(std::uint32_t value, int bits) noexcept {
@@ -130,11 +133,24 @@ void CStaticStringTable::init(CMarlBase& marl) {
 
 CMarl::CMarl(unsigned int /*type*/, Setup const& setup)
     : CMarlBase(setup), CUnknown(NotCounted()) {
-  staticStrings.init(*this);
-  setConversionBehaviour(conversionMode, conversionChar, conversionString);
+  encodingFactory = new CEncodingFactory();
+  try {
+    streamFactory = MarlStreamFactory(new CMarlStreamFactory());
+    staticStrings.init(*this);
+    setConversionBehaviour(conversionMode, conversionChar, conversionString);
+  } catch (...) {
+    // The destructor does not run for a constructor that throws.
+    delete encodingFactory;
+    encodingFactory = nullptr;
+    streamFactory = static_cast<CMarlStreamFactory const*>(nullptr);
+    throw;
+  }
 }
 
 CMarl::~CMarl() {
+  delete encodingFactory;
+  encodingFactory = nullptr;
+  streamFactory = static_cast<CMarlStreamFactory const*>(nullptr);
   for (void*& converter : converters) {
     if (!converter) continue;
     TOVAShutdownConverter(converter);
@@ -245,4 +261,16 @@ void Marl::localeChanged() {}
 
 void* Marl::_queryInterface(unsigned int id) const {
   return m_p->_queryInterface(id);
+}
+
+MarlStreamFactory Marl::createStreamFactory() const {
+  return m_p->getStreamFactory();
+}
+
+MarlEncoding Marl::createEncoding(std::wstring const& name, MarlEncoding::ByteOrder byteOrder) const {
+  try {
+    return MarlEncoding(new CMarlEncoding(name, byteOrder));
+  } catch (std::bad_alloc const&) {
+    return MarlEncoding();
+  }
 }

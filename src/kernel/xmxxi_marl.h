@@ -7,6 +7,7 @@
 #include "kernel/xmxxo_unkn.h"
 #include "kernel/xmxxu_hash.h"
 #include "marl/factory.h"
+#include "marl/stream.h"
 
 // An atom: a string stored once in the library's string cache and compared by pointer. It
 // stays valid until the cache is purged, which happens only while no object holds atoms.
@@ -25,6 +26,7 @@ struct AtomTraits {
 using CAtomSet = CHashTable<std::wstring, AtomTraits>;
 
 class CMarl;
+class CEncodingFactory;
 
 // The library state of the process: counters, the node numbering and the string cache.
 class CMarlBase {
@@ -113,6 +115,10 @@ class CMarl : public CMarlBase, public CUnknown, public AllocPolicyRollArea {
   void createToRealUtf8();
   // What the host string calls receive to convert with: the host's converters.
   void* hostConversionContext() noexcept { return converters; }
+  // The handler prototypes that encodings are served from.
+  CEncodingFactory& getEncodingFactory() noexcept { return *encodingFactory; }
+  // The one stream factory of the library.
+  MarlStreamFactory const& getStreamFactory() const noexcept { return streamFactory; }
 
   static constexpr int converterSlots = 4;
 
@@ -121,6 +127,9 @@ class CMarl : public CMarlBase, public CUnknown, public AllocPolicyRollArea {
   ~CMarl() override;
 
   std::uint32_t memSizeCache = 0;
+  // Owned; made first and ended first.
+  CEncodingFactory* encodingFactory = nullptr;
+  MarlStreamFactory streamFactory;
   void* converters[converterSlots] = {};
   CStaticStringTable staticStrings;
   std::uint8_t conversionMode = 1;

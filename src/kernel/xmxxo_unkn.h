@@ -80,6 +80,9 @@ class CUnknown {
   void release() noexcept {
     if (--refCount == 0) delete this;
   }
+  // Gives back a count an object took on itself, without deleting it: for a destructor that
+  // hands out handles on its own object while it runs.
+  void dropRef() noexcept { --refCount; }
   std::uint32_t getRefCount() const noexcept { return refCount; }
 
  protected:

@@ -138,3 +138,33 @@ TEST_F(NamedNodeMap, TheMapCountsItsEntries) {
   map.removeNamedItem(L"a", L"");
   EXPECT_EQ(held._impl()->getRefCount(), before);
 }
+
+TEST_F(NamedNodeMap, AReplacedAttributeKeepsItsOwnerUntilTheOwnerDies) {
+  MarlAttribute replaced = attribute(L"a", L"", L"1");
+  {
+    MarlElement owner = document.createElement(L"owner", L"");
+    owner.setAttributeNode(replaced);
+    owner.setAttributeNode(attribute(L"a", L"", L"2"));
+    EXPECT_EQ(static_cast<CUnknown*>(replaced.getOwnerElement()), static_cast<CUnknown*>(owner));
+  }
+  EXPECT_FALSE(replaced.getOwnerElement());
+}
+
+TEST_F(NamedNodeMap, ADepartedAttributeMovedToAnotherElementKeepsTheNewOwner) {
+  MarlAttribute moved = attribute(L"a", L"", L"1");
+  MarlElement second = document.createElement(L"second", L"");
+  {
+    MarlElement first = document.createElement(L"first", L"");
+    first.setAttributeNode(moved);
+    first.removeAttribute(L"a", L"");
+    second.setAttributeNode(moved);
+  }
+  EXPECT_EQ(static_cast<CUnknown*>(moved.getOwnerElement()), static_cast<CUnknown*>(second));
+}
+
+TEST_F(NamedNodeMap, AnAttributeNobodyHoldsDiesWithItsRemoval) {
+  element.setAttribute(L"a", L"", L"1");
+  std::uint32_t before = CMarlBase::instance().liveObjects;
+  map.removeNamedItem(L"a", L"");
+  EXPECT_EQ(CMarlBase::instance().liveObjects, before - 1);
+}

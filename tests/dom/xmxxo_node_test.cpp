@@ -441,8 +441,8 @@ TEST_F(NodeCore, DroppingAParentOfManyChildrenDoesNotRecurseAlongTheSiblings) {
   long before = testhost::outstandingBlocks();
   {
     MarlElement root = element(L"root");
-    for (int i = 0; i < 100000; ++i) root.appendChild(element(L"c"), 1);
-    EXPECT_EQ(root.numChildren(), 100000u);
+    for (int i = 0; i < 1000000; ++i) root.appendChild(element(L"c"), 1);
+    EXPECT_EQ(root.numChildren(), 1000000u);
   }
   EXPECT_EQ(testhost::outstandingBlocks(), before);
 }

@@ -50,3 +50,35 @@ TEST(PublicTrace, LevelIsStoredAndReadBack) {
   EXPECT_EQ(MarlTrace__getLevel(), 3u);
   MarlTrace__setLevel(before, 0);
 }
+
+TEST(PublicEncoding, CreateEncodingKeepsTheNameAndTheOrder) {
+  Marl marl = Marl::create();
+  MarlEncoding utf16 = marl.createEncoding(L"UTF-16", MarlEncoding::BYTEORDER_BE);
+  ASSERT_TRUE(utf16);
+  EXPECT_EQ(utf16.getCharacterSet(), L"UTF-16");
+  EXPECT_EQ(utf16.getByteOrder(), MarlEncoding::BYTEORDER_BE);
+  EXPECT_EQ(marl.createEncoding(L"utf-8", MarlEncoding::BYTEORDER_NONE).getByteOrder(), MarlEncoding::BYTEORDER_LE);
+}
+
+TEST(PublicEncoding, AutoDetectTakesTheMarkOver) {
+  Marl marl = Marl::create();
+  MarlEncoding detected = marl.createEncoding(L"utf-8", MarlEncoding::BYTEORDER_LE);
+  unsigned char const document[] = {0xFE, 0xFF, 0x00, 0x3C};
+  EXPECT_EQ(detected.autoDetect(document, document + sizeof document), 2);
+  EXPECT_EQ(detected.getCharacterSet(), L"utf-16");
+  EXPECT_EQ(detected.getByteOrder(), MarlEncoding::BYTEORDER_BE);
+  unsigned char const letters[] = {'a', 'b'};
+  EXPECT_EQ(detected.autoDetect(letters, letters + sizeof letters), -1);
+  EXPECT_EQ(detected.getCharacterSet(), L"utf-16");
+}
+
+TEST(PublicEncoding, NamesForTheHostAndTheWeb) {
+  Marl marl = Marl::create();
+  MarlEncoding encoding = marl.createEncoding(L"UTF-16BE", MarlEncoding::BYTEORDER_LE);
+  EXPECT_EQ(encoding.getCharacterSetORV(), L"x-orv4102");
+  EXPECT_EQ(encoding.getCharacterSetHTTP(), L"utf-16");
+  MarlEncoding copy = encoding.clone();
+  copy.setCharacterSet(L"x-orv1160");
+  EXPECT_EQ(copy.getCharacterSetHTTP(), L"windows-1252");
+  EXPECT_EQ(encoding.getCharacterSet(), L"UTF-16BE");
+}

@@ -1,0 +1,58 @@
+#include "dtd/xmxxo_atld.h"
+
+CMarlAttListDecl::CMarlAttListDecl(Atom elementName, Atom elementPrefix)
+    : name(elementName), namespacePrefix(elementPrefix), external(0) {}
+
+// A stale source's atoms died with the cache they came from.
+CMarlAttListDecl::CMarlAttListDecl(CMarlAttListDecl const& source, short depth)
+    : CMarlNode(source, depth),
+      name(source.isStale() ? unknownAtom() : source.name),
+      namespacePrefix(source.isStale() ? emptyAtom() : source.namespacePrefix),
+      external(source.external) {}
+
+void* CMarlAttListDecl::_queryInterface(unsigned int id) {
+  return answerQuery(this, id, {idAttListDecl, idNode});
+}
+
+unsigned int CMarlAttListDecl::_queryClass() const {
+  return idAttListDecl;
+}
+
+unsigned int CMarlAttListDecl::setName(std::wstring const& text) {
+  name = intern(text);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlAttListDecl::setNamespacePrefix(std::wstring const& text) {
+  namespacePrefix = intern(text);
+  return MarlNode::rcOK;
+}
+
+MarlNode CMarlAttListDecl::clone(int depth) const {
+  return createObject<MarlNode, CMarlAttListDecl>(*this, static_cast<short>(depth));
+}
+
+std::wstring const& CMarlAttListDecl::getName() const {
+  return isStale() ? *unknownAtom() : *name;
+}
+
+std::wstring const& CMarlAttListDecl::getNamespacePrefix() const {
+  return isStale() ? *emptyAtom() : *namespacePrefix;
+}
+
+unsigned int CMarlAttListDecl::getType() const {
+  return MarlNode::nodeAttListDecl;
+}
+
+// ---------------------------------------------------------------------------------------
+// MarlAttListDecl
+
+MARL_DEFINE_NODE_HANDLE(MarlAttListDecl, CMarlAttListDecl, idAttListDecl)
+
+void MarlAttListDecl::setExternal(unsigned char external) {
+  _impl()->external = external;
+}
+
+unsigned char MarlAttListDecl::isExternal() const {
+  return _impl()->external;
+}

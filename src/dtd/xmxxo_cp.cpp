@@ -1,0 +1,85 @@
+#include "dtd/xmxxo_cp.h"
+
+CMarlContentParticle::CMarlContentParticle(Atom particleName, Atom particlePrefix,
+                                           Occurrence particleOccurrence,
+                                           Grouping particleGrouping)
+    : name(particleName),
+      namespacePrefix(particlePrefix),
+      occurrence(particleOccurrence),
+      grouping(particleGrouping) {}
+
+// A stale source's atoms died with the cache they came from.
+CMarlContentParticle::CMarlContentParticle(CMarlContentParticle const& source, short depth)
+    : CMarlNode(source, depth),
+      name(source.isStale() ? unknownAtom() : source.name),
+      namespacePrefix(source.isStale() ? emptyAtom() : source.namespacePrefix),
+      occurrence(source.occurrence),
+      grouping(source.grouping) {}
+
+void* CMarlContentParticle::_queryInterface(unsigned int id) {
+  return answerQuery(this, id, {idContentParticle, idNode});
+}
+
+unsigned int CMarlContentParticle::_queryClass() const {
+  return idContentParticle;
+}
+
+unsigned int CMarlContentParticle::setName(std::wstring const& text) {
+  name = intern(text);
+  return MarlNode::rcOK;
+}
+
+unsigned int CMarlContentParticle::setNamespacePrefix(std::wstring const& text) {
+  namespacePrefix = intern(text);
+  return MarlNode::rcOK;
+}
+
+MarlNode CMarlContentParticle::clone(int depth) const {
+  return createObject<MarlNode, CMarlContentParticle>(*this, static_cast<short>(depth));
+}
+
+std::wstring const& CMarlContentParticle::getName() const {
+  return isStale() ? *unknownAtom() : *name;
+}
+
+std::wstring const& CMarlContentParticle::getNamespacePrefix() const {
+  return isStale() ? *emptyAtom() : *namespacePrefix;
+}
+
+unsigned int CMarlContentParticle::getType() const {
+  return MarlNode::nodeContentParticle;
+}
+
+// Through the virtual slot, so that the members are linked like any child.
+void CMarlContentParticle::addContentParticle(MarlContentParticle const& particle) {
+  appendChild(particle, 0);
+}
+
+// ---------------------------------------------------------------------------------------
+// MarlContentParticle
+
+MARL_DEFINE_NODE_HANDLE(MarlContentParticle, CMarlContentParticle, idContentParticle)
+
+MarlContentParticle::Occurrence MarlContentParticle::getOccurrence() const {
+  return _impl()->occurrence;
+}
+
+void MarlContentParticle::setOccurrence(Occurrence occurrence) {
+  _impl()->occurrence = occurrence;
+}
+
+MarlContentParticle::Grouping MarlContentParticle::getGrouping() const {
+  return _impl()->grouping;
+}
+
+void MarlContentParticle::setGrouping(Grouping grouping) {
+  _impl()->grouping = grouping;
+}
+
+unsigned int MarlContentParticle::numContentParticles() const {
+  return _impl()->numContentParticles();
+}
+
+void MarlContentParticle::addContentParticle(MarlContentParticle const& particle) {
+  _impl()->addContentParticle(particle);
+}
