@@ -1,5 +1,5 @@
 // Builds a small catalogue document by calls, with a document type, namespaces, attributes
-// and text, and prints a walk of it through a node iterator.
+// and text, prints a walk of it through a node iterator, and writes it out as XML.
 #include <marl/marl.h>
 
 #include <cstdio>
@@ -17,6 +17,7 @@ char const* kindName(unsigned int type) {
     case MarlNode::nodePIUnparsed: return "pi";
     case MarlNode::nodeDocumentType: return "doctype";
     case MarlNode::nodeElementDecl: return "element-decl";
+    case MarlNode::nodeContentParticle: return "particle";
     case MarlNode::nodeAttListDecl: return "attlist-decl";
     case MarlNode::nodeAttributeDecl: return "attribute-decl";
     case MarlNode::nodeEntityDecl: return "entity-decl";
@@ -53,6 +54,12 @@ int main() {
   MarlDocumentType type = document.getDocumentType();
   type.setName(L"catalog");
   MarlElementDecl catalogDecl = type.createElementDecl(L"catalog", L"");
+  catalogDecl.setContentSpec(MarlElementDecl::CS_CHILDREN);
+  MarlContentParticle books = type.createContentParticle(
+      L"", L"", MarlContentParticle::OCC_ZERO_OR_MORE, MarlContentParticle::GROUP_SEQUENCE);
+  books.addContentParticle(type.createContentParticle(L"book", L"", MarlContentParticle::OCC_ONE,
+                                                      MarlContentParticle::GROUP_SEQUENCE));
+  catalogDecl.addContentParticle(books);
   type.appendChild(catalogDecl, 0);
   MarlAttributeDecl id = type.createAttributeDecl(L"id", L"");
   id.setValueType(MarlAttributeDecl::VT_ID);
@@ -87,5 +94,21 @@ int main() {
 
   MarlElement second = document.findFromID(L"id", L"", L"b2");
   if (second) std::printf("\nThe book with id b2 is titled \"%ls\".\n", second.getFirstChild().getValue().c_str());
+
+  // Rendered into UTF-8 bytes, which go to standard output as they are.
+  rawstring xml;
+  MarlOStream out = marl.createStreamFactory().createOStreamRawString(xml);
+  MarlRenderer renderer = out && out.setEncoding(marl.createEncoding(L"utf-8", MarlEncoding::BYTEORDER_NONE))
+                              ? marl.createRenderer(out, document)
+                              : MarlRenderer();
+  if (!renderer) {
+    std::fputs("marl: no memory for a renderer\n", stderr);
+    return 1;
+  }
+  renderer.setNormalizing(1);
+  renderer.render();
+  std::printf("\nThe document as XML:\n\n");
+  std::fflush(stdout);
+  std::fwrite(xml.data(), 1, xml.size(), stdout);
   return 0;
 }

@@ -39,6 +39,9 @@ class MARL_API MarlContentParticle : public MarlNode {
   unsigned int numContentParticles() const;
   // Appends a member; an empty handle adds nothing.
   void addContentParticle(MarlContentParticle const& particle);
+  // The member at `index`; empty when there is none, when it is no particle, or when memory
+  // runs out.
+  MarlContentParticle getContentParticle(unsigned int index) const;
 };
 
 // An element declaration: the root particle of its content model, whose one child is the

@@ -5,6 +5,7 @@
 #include "marl/chardata.h"
 #include "marl/doctype.h"
 #include "marl/element.h"
+#include "marl/encoding.h"
 #include "marl/entityref.h"
 #include "marl/namespace.h"
 #include "marl/node.h"
@@ -33,6 +34,11 @@ class MARL_API MarlDocument : public MarlNode {
   void setStandalone(unsigned char standalone);
   unsigned char getDeclaration() const;
   void setDeclaration(unsigned char declaration);
+  // The encoding a renderer gives a stream that has none; empty unless set.
+  MarlEncoding getEncoding() const;
+  // Stores a copy of `encoding`; an empty handle (or a copy that cannot be made for want of
+  // memory) clears it.
+  void setEncoding(MarlEncoding const& encoding);
 
   // The first element child; empty if there is none.
   MarlElement getRootElement() const;
@@ -85,6 +91,26 @@ class MARL_API MarlDocument : public MarlNode {
   // Renumbers all nodes in document order, each element's attributes right after it.
   // Does nothing when memory runs out.
   void linearize();
+
+  // Lookups in the tree, as on an element (marl/element.h), with these differences. A path
+  // starts at the document: its first step names the root element, or with a wildcard tries
+  // each element child of the document; "/" alone, an empty path and ".." find nothing. By URI
+  // a named first step takes the root or, failing that, a child of the root.
+  MarlElement findFromPath(std::wstring const& path) const;
+  MarlElement findFromPathNS(std::wstring const& path, std::wstring const& reserved) const;
+  // The root when its name and prefix (URI) match, where "*" at the start of a name matches
+  // any; otherwise the first element below the root of exactly that name, to `depth` levels
+  // below the root (1: the root's children; 0: all).
+  MarlElement findFromName(std::wstring const& name, std::wstring const& prefix,
+                           unsigned int depth) const;
+  MarlElement findFromNameNS(std::wstring const& name, std::wstring const& uri,
+                             unsigned int depth) const;
+  // All elements of that name and prefix (URI), the root among them, in document order: a
+  // snapshot, empty when nothing matches. `depth` counts as for createIterator on the root.
+  MarlNodeCollection getElementsByTagName(std::wstring const& name, std::wstring const& prefix,
+                                          unsigned int depth);
+  MarlNodeCollection getElementsByTagNameNS(std::wstring const& name, std::wstring const& uri,
+                                            unsigned int depth);
 };
 
 #endif

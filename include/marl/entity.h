@@ -1,7 +1,9 @@
 #ifndef MARL_ENTITY_H
 #define MARL_ENTITY_H
 
+#include "marl/encoding.h"
 #include "marl/handle.h"
+#include "marl/stream.h"
 
 class CMarlGEntity;
 class CMarlGEntityIntParsed;
@@ -73,6 +75,17 @@ class MARL_API MarlGEntityExtParsed : public MarlGEntity {
   void setSystemId(std::wstring const& systemId);
   std::wstring const& getPublicId() const;
   void setPublicId(std::wstring const& publicId);
+  // The stream the entity is read from; empty when none is attached.
+  MarlIStream getIStream() const;
+  // Reads from `stream` from now on, from its first character, which is read at once.
+  void attachIStream(MarlIStream const& stream);
+  // Lets go of the stream. Nothing to report.
+  void detachIStream();
+  // The entity's copy of its encoding; empty until one is set.
+  MarlEncoding getEncoding() const;
+  // Gives the encoding to the stream and keeps a copy; until then characters are read one
+  // at a time, so that nothing is decoded ahead in a wrong encoding.
+  void setEncoding(MarlEncoding const& encoding);
 };
 
 // An unparsed external entity: identifiers and the notation its data is in.
@@ -88,6 +101,10 @@ class MARL_API MarlGEntityExtUnparsed : public MarlGEntity {
   // The notation name; empty when there is none.
   std::wstring const& getNotationName() const;
   void setNotationName(std::wstring const& notationName);
+  // The stream of the entity's data; empty when none is attached. It is kept, never read.
+  MarlIStream getIStream() const;
+  void attachIStream(MarlIStream const& stream);
+  void detachIStream();
 };
 
 #endif

@@ -7,6 +7,9 @@
 class CMarl;
 class MarlDocument;
 class MarlOStream;
+class MarlRenderer;
+class MarlIStream;
+class MarlParser;
 class MarlStreamFactory;
 class MarlTokenRenderer;
 
@@ -43,8 +46,16 @@ class MARL_API Marl {
 
   // A further handle on the library's one stream factory; empty only for an empty library.
   MarlStreamFactory createStreamFactory() const;
+  // A renderer of the document through the stream; empty for an empty document or stream, or
+  // when memory runs out.
+  MarlRenderer createRenderer(MarlOStream const& stream, MarlDocument const& document) const;
   // A token renderer over the stream; empty for an empty stream or when memory runs out.
   MarlTokenRenderer createTokenRenderer(MarlOStream const& stream) const;
+  // A parser that reads `stream` into `document`, finding external entities through `factory`
+  // (the library's own when empty); empty for an empty stream or document, a first character
+  // the stream cannot decode, or when memory runs out.
+  MarlParser createParser(MarlStreamFactory const& factory, MarlIStream const& stream,
+                          MarlDocument const& document) const;
 
   // The implementation's raw answer to an interface query, not counted: null when the object
   // does not serve the identifier.

@@ -8,6 +8,7 @@ class CNodeIteratorImpl;
 class CInlineIterator;
 class MarlNamedNodeMap;
 class MarlNamespaceContext;
+class MarlNodeList;
 
 // Hands out the nodes of a walk one by one. The walks made by a node run depth first, parents
 // before children, from the node to its end mark: the node's next sibling, or its parent when
@@ -71,6 +72,7 @@ class MARL_API MarlInlineIterator {
   MarlNode getRoot() const;                        // empty without a current node
   MarlDocument getOwnerDocument() const;           // empty without a current node
   MarlNamedNodeMap getAttributes() const;          // empty without a current node
+  MarlNodeList getChildren() const;                // empty without a current node
   MarlNamespaceContext getNamespaceContext() const;  // empty without a current node
   MarlNode findFromGID(unsigned int gid, unsigned int depth) const;  // empty without one
 

@@ -8,6 +8,7 @@
 #include "marl/encoding.h"
 #include "marl/stream.h"
 #include "marl/renderer.h"
+#include "marl/parser.h"
 #include "marl/node.h"
 #include "marl/attribute.h"
 #include "marl/element.h"
@@ -21,6 +22,7 @@
 #include "marl/document.h"
 #include "marl/filter.h"
 #include "marl/iterator.h"
+#include "marl/list.h"
 #include "marl/text.h"
 #include "marl/trace.h"
 

@@ -10,6 +10,8 @@ class MarlNamedNodeMap;
 class MarlNamespaceContext;
 class MarlNodeFilter;
 class MarlNodeIterator;
+class MarlNodeList;
+class MarlOStream;
 
 // A node of a tree. A parent keeps its children alive, each child its earlier siblings; no
 // node keeps its parent or document alive, so a handle on a node keeps that node, its earlier
@@ -98,6 +100,9 @@ class MARL_API MarlNode {
   // A copy: depth 0 the node alone, n levels below it, negative the whole subtree. Empty when
   // memory runs out.
   MarlNode clone(int depth) const;
+  // Writes the node as XML text through `stream`: with its children when `deep` is 1, the node
+  // alone when it is 0. An empty stream gets nothing; failures of the stream cut the text short.
+  void render(MarlOStream const& stream, unsigned char deep) const;
 
   // Links; empty where there is none.
   MarlNode getParent() const;
@@ -109,6 +114,8 @@ class MARL_API MarlNode {
   MarlNode getRoot() const;
   // The document the node belongs to; empty until it is linked under a document's node.
   MarlDocument getOwnerDocument() const;
+  // A new live list over the children; empty when memory runs out.
+  MarlNodeList getChildren() const;
 
   unsigned char isRoot() const;
   unsigned char isLeaf() const;

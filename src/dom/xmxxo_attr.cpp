@@ -71,6 +71,20 @@ MarlNode CMarlAttribute::clone(int depth) const {
   return createObject<MarlNode, CMarlAttribute>(*this, static_cast<short>(depth));
 }
 
+// A default of the document type is left for the reader's DTD to supply again.
+void CMarlAttribute::render(MarlOStream const& out, unsigned char) const {
+  if (!out || !specified) return;
+  renderAssignment(out);
+}
+
+void CMarlAttribute::renderAssignment(MarlOStream const& out) const {
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  writeMarkup(out, L"=");
+  XMLOSManipQuoted(1).manipulate(out);
+  XMLOSManipEscaped(1).manipulate(out);
+  writeMarkup(out, getValue());
+}
+
 std::wstring const& CMarlAttribute::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }

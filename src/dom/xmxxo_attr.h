@@ -35,10 +35,13 @@ class CMarlAttribute : public CMarlNode {
   std::wstring const& getValue() const override;
   void getValue(std::wstring& text) const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   MarlElement getOwnerElement() const;
   // Sets the value as a default of the document type does: `specified` is left alone.
   void assignValue(std::wstring const& text);
+  // name="value", quoted and escaped, whether specified or not.
+  void renderAssignment(MarlOStream const& out) const;
 
   Atom name;
   Atom prefix;

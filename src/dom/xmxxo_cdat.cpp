@@ -49,6 +49,12 @@ void CMarlCharacterData::getValue(std::wstring& text) const {
   text = getValue();
 }
 
+void CMarlCharacterData::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  XMLOSManipEscaped(1).manipulate(out);
+  writeMarkup(out, getValue());
+}
+
 // Plain character data is no kind of its own.
 unsigned int CMarlCharacterData::getType() const {
   return 0;

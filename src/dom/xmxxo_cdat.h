@@ -26,6 +26,8 @@ class CMarlCharacterData : public CMarlNode {
   std::wstring const& getValue() const override;
   void getValue(std::wstring& text) const override;
   unsigned int getType() const override;
+  // The text, escaped: what a text node writes.
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   unsigned int getLength() const;
   unsigned char wsOnly() const;

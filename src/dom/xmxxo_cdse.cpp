@@ -15,6 +15,14 @@ MarlNode CMarlCDATASection::clone(int depth) const {
   return createObject<MarlNode, CMarlCDATASection>(*this, static_cast<short>(depth));
 }
 
+// The text goes out as it stands; a "]]>" inside it is not split and ends the section early.
+void CMarlCDATASection::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  writeMarkup(out, L"<![CDATA[");
+  writeMarkup(out, getValue());
+  writeMarkup(out, L"]]>");
+}
+
 std::wstring const& CMarlCDATASection::getName() const {
   return *CMarl::staticString(CStaticStringTable::cdataSection);
 }

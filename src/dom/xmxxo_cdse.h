@@ -15,6 +15,7 @@ class CMarlCDATASection : public CMarlText {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 };
 
 #endif

@@ -15,6 +15,14 @@ MarlNode CMarlComment::clone(int depth) const {
   return createObject<MarlNode, CMarlComment>(*this, static_cast<short>(depth));
 }
 
+// A comment of the external subset stays with it.
+void CMarlComment::render(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<!--");
+  writeMarkup(out, getValue());
+  writeMarkup(out, L"-->");
+}
+
 std::wstring const& CMarlComment::getName() const {
   return *CMarl::staticString(CStaticStringTable::comment);
 }

@@ -14,6 +14,7 @@ class CMarlComment : public CMarlCharacterData {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   // Set for a comment of the external subset; rendering leaves such comments out.
   std::uint8_t external = 0;

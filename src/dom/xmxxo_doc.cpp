@@ -1,10 +1,14 @@
 #include "dom/xmxxo_doc.h"
 
+#include <cstdint>
+#include <new>
+
 #include "dom/xmxxo_attr.h"
 #include "dom/xmxxo_cdse.h"
 #include "dom/xmxxo_comm.h"
 #include "dom/xmxxo_docf.h"
 #include "dom/xmxxo_elem.h"
+#include "dom/xmxxo_ncol.h"
 #include "dom/xmxxo_nite.h"
 #include "dom/xmxxo_nmap.h"
 #include "dom/xmxxo_nsd.h"
@@ -38,6 +42,20 @@ void declarePredefinedEntities(CMarlDocumentType& type) {
       {L"apos", L"&#39;"}, {L"quot", L"&#34;"}};
   for (auto const& entity : c_predefined)
     if (!type.createIntEntityDecl(0, entity[0], entity[1])) throw std::bad_alloc();
+}
+
+// A copy of a document is no copy without its encoding: failing to copy it fails the clone.
+MarlEncoding copyEncoding(MarlEncoding const& source) {
+  if (!source) return MarlEncoding();
+  MarlEncoding copy = source.clone();
+  if (!copy) throw std::bad_alloc();
+  return copy;
+}
+
+// The Unicode forms whose name leaves the byte order open announce it with a mark.
+bool needsByteOrderMark(std::wstring const& encodingName) {
+  return encodingName == L"utf-16" || encodingName == L"utf-32" || encodingName == L"ucs-2" ||
+         encodingName == L"ucs-4";
 }
 
 void internalizeSubtree(CMarlNode* node) {
@@ -75,6 +93,7 @@ CMarlDocument::CMarlDocument(CMarlDocument const& source, short depth)
       version(source.version),
       standalone(source.standalone),
       declaration(source.declaration),
+      encoding(copyEncoding(source.encoding)),
       idTable(nullptr),
       endTagLines(nullptr) {
   ownerDocument = this;
@@ -120,6 +139,38 @@ MarlNode CMarlDocument::clone(int depth) const {
   if (!walk) return MarlNode();
   setOwnerAlong(walk, copy._impl());
   return copy;
+}
+
+void CMarlDocument::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out) return;
+  if (!out.getEncoding() && encoding) out.setEncoding(encoding);
+  MarlEncoding streamEncoding = out.getEncoding();
+  std::wstring encodingName;
+  if (streamEncoding) encodingName = toLower(streamEncoding.getCharacterSet());
+  // The host's current code page has no name that a reader could take from a declaration.
+  bool const prolog = encodingName != L"orv-";
+  if (prolog && needsByteOrderMark(encodingName)) {
+    wchar_t const byteOrderMark = 0xFEFF;
+    out.write(&byteOrderMark, 1);
+  }
+  if (prolog && declaration) {
+    writeMarkup(out, L"<?xml version=\"");
+    writeMarkup(out, version);
+    writeMarkup(out, L"\"");
+    if (streamEncoding) {
+      writeMarkup(out, L" encoding=\"");
+      writeMarkup(out, encodingName);
+      writeMarkup(out, L"\"");
+    }
+    if (standalone) writeMarkup(out, L" standalone=\"yes\"");
+    writeMarkup(out, L"?>");
+    XMLOSManipEndl().manipulate(out);
+  }
+  if (!deep) return;
+  for (CMarlNode const* child = firstChild; child; child = child->next) {
+    child->render(out, 1);
+    XMLOSManipEndl().manipulate(out);
+  }
 }
 
 std::wstring const& CMarlDocument::getName() const {
@@ -326,6 +377,106 @@ std::uint32_t CMarlDocument::getEndTagLine(std::uint32_t gid) const {
 }
 
 // ---------------------------------------------------------------------------------------
+// Lookups by name and path
+
+MarlElement CMarlDocument::findFromPath(std::wstring const& path) const {
+  return CPathWalk::lookUp(this, path, false);
+}
+
+MarlElement CMarlDocument::findFromPathNS(std::wstring const& path, std::wstring const&) const {
+  return CPathWalk::lookUp(this, path, true);
+}
+
+MarlElement CMarlDocument::findFromName(std::wstring const& wantedName,
+                                        std::wstring const& wantedPrefix,
+                                        unsigned int depth) const {
+  try {
+    return findNamed(wantedName, wantedPrefix, &CMarlNode::getNamespacePrefix, depth);
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+MarlElement CMarlDocument::findFromNameNS(std::wstring const& wantedName,
+                                          std::wstring const& wantedUri,
+                                          unsigned int depth) const {
+  try {
+    return findNamed(wantedName, wantedUri, &CMarlNode::getNamespaceURI, depth);
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+MarlNodeCollection CMarlDocument::getElementsByTagName(std::wstring const& wantedName,
+                                                       std::wstring const& wantedPrefix,
+                                                       unsigned int depth) const {
+  return collectNamed(wantedName, wantedPrefix, &CMarlNode::getNamespacePrefix, depth);
+}
+
+MarlNodeCollection CMarlDocument::getElementsByTagNameNS(std::wstring const& wantedName,
+                                                         std::wstring const& wantedUri,
+                                                         unsigned int depth) const {
+  return collectNamed(wantedName, wantedUri, &CMarlNode::getNamespaceURI, depth);
+}
+
+// The root is compared by compareName, so that a wildcard name takes it; the elements below
+// it are compared by atoms only. The limit counts from the root, so depth 1 reaches the root
+// and its children.
+MarlElement CMarlDocument::findNamed(std::wstring const& wantedName,
+                                     std::wstring const& wantedSecond,
+                                     CMarlElement::NamePart part, unsigned int depth) const {
+  MarlElement root = getRootElement();
+  if (!root) return root;
+  CMarlElement const* top = root._impl();
+  if (compareName(top->getName(), (top->*part)(), wantedName, wantedSecond)) return root;
+  return top->findRegistered(*intern(wantedName), *intern(wantedSecond), part,
+                             depth == 0 ? UINT32_MAX : depth);
+}
+
+// Unlike an element's, the document's collection may hold the root. A collection cut short by
+// a lack of memory would pass for a complete one: there is none then.
+MarlNodeCollection CMarlDocument::collectNamed(std::wstring const& wantedName,
+                                               std::wstring const& wantedSecond,
+                                               CMarlElement::NamePart part,
+                                               unsigned int depth) const {
+  try {
+    MarlNodeCollection found(new CMarlNodeCollection());
+    Atom name = intern(wantedName);
+    Atom second = intern(wantedSecond);
+    MarlElement root = getRootElement();
+    if (root) root._impl()->collectRegistered(*found._impl(), *name, *second, part, depth, true);
+    return found;
+  } catch (std::bad_alloc const&) {
+    return MarlNodeCollection();
+  }
+}
+
+// The first step of a path names the root element, or matches the document's element children
+// in turn when it is a wildcard; there is nothing above the document for "..".
+PathOutcome CMarlDocument::takePathStep(CPathWalk& walk, std::size_t offset) const {
+  MarlElement root = getRootElement();
+  if (!root) return PathOutcome::failed;
+  if (walk.slashAt(offset)) ++offset;
+  CPathWalk::Step step = walk.cut(offset);
+  if (step.head.empty() || CPathWalk::isParentStep(step.head)) return PathOutcome::failed;
+  std::wstring qualifier;
+  std::wstring local;
+  walk.split(step.head, qualifier, local);
+  if (CPathWalk::isWildcard(qualifier, local))
+    return walk.branch(this, std::move(qualifier), std::move(local), step.rest);
+  // By URI the named step may also take a child of the root, when the root does not match:
+  // it asks findFromNameNS with depth 1, where the prefix form tests the root alone.
+  if (walk.byURI()) {
+    MarlElement named = findNamed(local, qualifier, &CMarlNode::getNamespaceURI, 1);
+    return named ? walk.moveTo(named._impl(), step.rest) : PathOutcome::failed;
+  }
+  CMarlElement const* top = root._impl();
+  if (!compareName(top->getName(), top->getNamespacePrefix(), local, qualifier))
+    return PathOutcome::failed;
+  return walk.moveTo(top, step.rest);
+}
+
+// ---------------------------------------------------------------------------------------
 // MarlDocument
 
 MARL_DEFINE_NODE_HANDLE(MarlDocument, CMarlDocument, idDocument)
@@ -352,6 +503,14 @@ unsigned char MarlDocument::getDeclaration() const {
 
 void MarlDocument::setDeclaration(unsigned char declaration) {
   _impl()->declaration = declaration;
+}
+
+MarlEncoding MarlDocument::getEncoding() const {
+  return _impl()->encoding;
+}
+
+void MarlDocument::setEncoding(MarlEncoding const& encoding) {
+  _impl()->encoding = encoding ? encoding.clone() : MarlEncoding();
 }
 
 MarlElement MarlDocument::getRootElement() const {
@@ -450,6 +609,37 @@ MarlElement MarlDocument::findFromID(std::wstring const& attrName,
 
 void MarlDocument::linearize() {
   _impl()->linearize();
+}
+
+MarlElement MarlDocument::findFromPath(std::wstring const& path) const {
+  return _impl()->findFromPath(path);
+}
+
+MarlElement MarlDocument::findFromPathNS(std::wstring const& path,
+                                         std::wstring const& reserved) const {
+  return _impl()->findFromPathNS(path, reserved);
+}
+
+MarlElement MarlDocument::findFromName(std::wstring const& name, std::wstring const& prefix,
+                                       unsigned int depth) const {
+  return _impl()->findFromName(name, prefix, depth);
+}
+
+MarlElement MarlDocument::findFromNameNS(std::wstring const& name, std::wstring const& uri,
+                                         unsigned int depth) const {
+  return _impl()->findFromNameNS(name, uri, depth);
+}
+
+MarlNodeCollection MarlDocument::getElementsByTagName(std::wstring const& name,
+                                                      std::wstring const& prefix,
+                                                      unsigned int depth) {
+  return _impl()->getElementsByTagName(name, prefix, depth);
+}
+
+MarlNodeCollection MarlDocument::getElementsByTagNameNS(std::wstring const& name,
+                                                        std::wstring const& uri,
+                                                        unsigned int depth) {
+  return _impl()->getElementsByTagNameNS(name, uri, depth);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "dom/xmxxo_elem.h"
 #include "dom/xmxxo_node.h"
 #include "kernel/xmxxu_hash.h"
 #include "marl/document.h"
@@ -52,6 +53,7 @@ class CMarlDocument : public CMarlNode {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   MarlElement getRootElement() const;
 
@@ -89,12 +91,37 @@ class CMarlDocument : public CMarlNode {
   void setEndTagLine(std::uint32_t gid, std::uint32_t line);
   std::uint32_t getEndTagLine(std::uint32_t gid) const;
 
+  // Lookups from the document, whose first path step names the root element. None reports
+  // anything: an empty handle when nothing matches or memory runs out.
+  MarlElement findFromPath(std::wstring const& path) const;
+  // `reserved` is part of the signature only; nothing reads it.
+  MarlElement findFromPathNS(std::wstring const& path, std::wstring const& reserved) const;
+  MarlElement findFromName(std::wstring const& name, std::wstring const& prefix,
+                           unsigned int depth) const;
+  MarlElement findFromNameNS(std::wstring const& name, std::wstring const& uri,
+                             unsigned int depth) const;
+  MarlNodeCollection getElementsByTagName(std::wstring const& name, std::wstring const& prefix,
+                                          unsigned int depth) const;
+  MarlNodeCollection getElementsByTagNameNS(std::wstring const& name, std::wstring const& uri,
+                                            unsigned int depth) const;
+  // The root element when compareName takes it for these names, else the first element below
+  // it named by their atoms, to `depth` levels below the root (0: all). Throws bad_alloc.
+  MarlElement findNamed(std::wstring const& name, std::wstring const& second,
+                        CMarlElement::NamePart part, unsigned int depth) const;
+  // Takes the first step of a path, at the level of the document.
+  PathOutcome takePathStep(CPathWalk& walk, std::size_t offset) const;
+
   MarlDocumentType documentType;
   std::wstring version;
   std::uint8_t standalone;
   std::uint8_t declaration;
+  MarlEncoding encoding;
   CIDTable* idTable;
   EndTagLineTable* endTagLines;
+
+ private:
+  MarlNodeCollection collectNamed(std::wstring const& name, std::wstring const& second,
+                                  CMarlElement::NamePart part, unsigned int depth) const;
 };
 
 #endif

@@ -15,6 +15,16 @@ MarlNode CMarlDocumentFragment::clone(int depth) const {
   return createObject<MarlNode, CMarlDocumentFragment>(*this, static_cast<short>(depth));
 }
 
+// Written like the content of an element: the children in order, a line apart when pretty
+// printing. A fragment has no markup of its own, so alone it writes nothing.
+void CMarlDocumentFragment::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out || !deep) return;
+  for (CMarlNode const* child = firstChild; child; child = child->next) {
+    if (child != firstChild) XMLOSManipEndl().manipulate(out);
+    child->render(out, 1);
+  }
+}
+
 std::wstring const& CMarlDocumentFragment::getName() const {
   return *CMarl::staticString(CStaticStringTable::documentFragment);
 }

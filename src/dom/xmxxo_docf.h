@@ -16,6 +16,7 @@ class CMarlDocumentFragment : public CMarlNode {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 };
 
 #endif

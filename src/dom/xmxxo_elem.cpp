@@ -1,7 +1,13 @@
 #include "dom/xmxxo_elem.h"
 
+#include <cstdint>
+#include <functional>
+#include <new>
+
 #include "dom/xmxxo_attr.h"
 #include "dom/xmxxo_doc.h"
+#include "dom/xmxxo_ncol.h"
+#include "dom/xmxxo_nite.h"
 #include "dom/xmxxo_nmap.h"
 #include "dom/xmxxo_nsc.h"
 #include "dom/xmxxo_nsd.h"
@@ -72,6 +78,48 @@ unsigned int CMarlElement::setValue(std::wstring const& value) {
 
 MarlNode CMarlElement::clone(int depth) const {
   return createObject<MarlNode, CMarlElement>(*this, static_cast<short>(depth));
+}
+
+// The prefix is written as it was given, not looked up: an element is written as it was read.
+// Defaults of the document type are not written, so a map that was never made holds nothing
+// to write.
+void CMarlElement::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out) return;
+  std::wstring const& writtenPrefix = isStale() ? *emptyAtom() : *prefix;
+  writeMarkup(out, L"<");
+  writeQualifiedName(out, writtenPrefix, getName());
+  if (attributes) {
+    for (MarlNode const& entry : attributes._impl()->entries) {
+      CMarlNode const* node = entry._impl();
+      if (node->getType() != MarlNode::nodeAttribute) continue;
+      if (!static_cast<CMarlAttribute const*>(node)->specified) continue;
+      writeMarkup(out, L" ");
+      node->render(out, 0);
+    }
+  }
+  if (!firstChild) {
+    writeMarkup(out, L"/>");
+    return;
+  }
+  writeMarkup(out, L">");
+  if (deep) {
+    // Text alone stays on the line of its tags, where added white space would change it.
+    bool const textOnly = numChildren == 1 && (firstChild->getType() == MarlNode::nodeText ||
+                                               firstChild->getType() == MarlNode::nodeCDATA);
+    bool const indented = out.getPrettyPrint() && !textOnly;
+    if (indented) XMLOSManipIncIndent(1).manipulate(out);
+    for (CMarlNode const* child = firstChild; child; child = child->next) {
+      if (indented || child != firstChild) XMLOSManipEndl().manipulate(out);
+      child->render(out, 1);
+    }
+    if (indented) {
+      XMLOSManipDecIndent(1).manipulate(out);
+      XMLOSManipEndl().manipulate(out);
+    }
+  }
+  writeMarkup(out, L"</");
+  writeQualifiedName(out, writtenPrefix, getName());
+  writeMarkup(out, L">");
 }
 
 std::wstring const& CMarlElement::getName() const {
@@ -360,6 +408,322 @@ void CMarlElement::clearNamespaceContext() {
 }
 
 // ---------------------------------------------------------------------------------------
+// Lookups by name and path
+
+MarlElement CMarlElement::findFromPath(std::wstring const& path) const {
+  return CPathWalk::lookUp(this, path, false);
+}
+
+MarlElement CMarlElement::findFromPathNS(std::wstring const& path, std::wstring const&) const {
+  return CPathWalk::lookUp(this, path, true);
+}
+
+MarlElement CMarlElement::findFromName(std::wstring const& wantedName,
+                                       std::wstring const& wantedPrefix,
+                                       unsigned int depth) const {
+  try {
+    return findFromRegisteredName(*intern(wantedName), *intern(wantedPrefix), depth);
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+MarlElement CMarlElement::findFromNameNS(std::wstring const& wantedName,
+                                         std::wstring const& wantedUri,
+                                         unsigned int depth) const {
+  try {
+    return findFromRegisteredNameNS(*intern(wantedName), *intern(wantedUri), depth);
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+// A collection cut short by a lack of memory would pass for a complete one: there is none.
+MarlNodeCollection CMarlElement::getElementsByTagName(std::wstring const& wantedName,
+                                                      std::wstring const& wantedPrefix,
+                                                      unsigned int depth) const {
+  try {
+    MarlNodeCollection found(new CMarlNodeCollection());
+    collectRegistered(*found._impl(), *intern(wantedName), *intern(wantedPrefix),
+                      &CMarlNode::getNamespacePrefix, depth, false);
+    return found;
+  } catch (std::bad_alloc const&) {
+    return MarlNodeCollection();
+  }
+}
+
+MarlNodeCollection CMarlElement::getElementsByTagNameNS(std::wstring const& wantedName,
+                                                        std::wstring const& wantedUri,
+                                                        unsigned int depth) const {
+  try {
+    MarlNodeCollection found(new CMarlNodeCollection());
+    collectRegistered(*found._impl(), *intern(wantedName), *intern(wantedUri),
+                      &CMarlNode::getNamespaceURI, depth, false);
+    return found;
+  } catch (std::bad_alloc const&) {
+    return MarlNodeCollection();
+  }
+}
+
+MarlElement CMarlElement::findFromRegisteredName(std::wstring const& wantedName,
+                                                 std::wstring const& wantedPrefix,
+                                                 unsigned int depth) const {
+  return findRegistered(wantedName, wantedPrefix, &CMarlNode::getNamespacePrefix, depth);
+}
+
+MarlElement CMarlElement::findFromRegisteredNameNS(std::wstring const& wantedName,
+                                                   std::wstring const& wantedUri,
+                                                   unsigned int depth) const {
+  return findRegistered(wantedName, wantedUri, &CMarlNode::getNamespaceURI, depth);
+}
+
+// The order is that of a recursive search, each child before its own children and those
+// before its next sibling, but the search follows the links, so that no depth of tree can
+// exhaust the stack. `level` counts the levels below this element.
+MarlElement CMarlElement::findRegistered(std::wstring const& wantedName,
+                                         std::wstring const& wantedSecond, NamePart part,
+                                         unsigned int depth) const {
+  std::uint32_t limit = depth == 0 ? UINT32_MAX : depth;
+  std::uint32_t level = 1;
+  CMarlNode const* node = firstChild;
+  while (node) {
+    if (node->getType() == MarlNode::nodeElement) {
+      // The name is tested first: the prefix or URI of an element may need its namespace
+      // context, which costs more.
+      if (&node->getName() == &wantedName && &(node->*part)() == &wantedSecond)
+        return MarlElement(static_cast<CMarlElement*>(const_cast<CMarlNode*>(node)));
+      if (level < limit && node->firstChild) {
+        node = node->firstChild;
+        ++level;
+        continue;
+      }
+    }
+    while (node != this && !node->next) {
+      node = node->parent;
+      --level;
+    }
+    node = node == this ? nullptr : node->next;
+  }
+  return MarlElement();
+}
+
+void CMarlElement::collectRegistered(CMarlNodeCollection& found, std::wstring const& wantedName,
+                                     std::wstring const& wantedSecond, NamePart part,
+                                     unsigned int depth, bool withSelf) const {
+  MarlNodeIterator walk =
+      CNodeIteratorDFS::from(const_cast<CMarlElement*>(this), depth, MarlNodeFilter());
+  CNodeIteratorImpl* steps = walk._impl();
+  MarlNode node = steps->getNext();
+  if (!withSelf && node) node = steps->getNext();
+  for (; node; node = steps->getNext()) {
+    CMarlNode const* candidate = node._impl();
+    if (candidate->getType() != MarlNode::nodeElement) continue;
+    if (&candidate->getName() != &wantedName || &(candidate->*part)() != &wantedSecond) continue;
+    if (found.appendItem(node) != MarlNode::rcOK) throw std::bad_alloc();
+  }
+}
+
+// Named steps take the first child of the name and no other; only wildcard steps try the next
+// child when the rest of the path fails below the first.
+PathOutcome CMarlElement::takePathSteps(CPathWalk& walk, std::size_t offset) const {
+  // Whatever the path says, an element without children leads nowhere, not even to itself.
+  if (numChildren == 0) return PathOutcome::failed;
+  if (walk.slashAt(offset))
+    return ownerDocument ? walk.moveTo(ownerDocument, offset + 1) : PathOutcome::failed;
+  CMarlElement const* current = this;
+  std::wstring qualifier;
+  std::wstring local;
+  for (;;) {
+    CPathWalk::Step step = walk.cut(offset);
+    // An empty step ends the walk, and what follows it is not read: "a//b" and "a/" lead to a.
+    if (step.head.empty()) return walk.arrive(current);
+    if (CPathWalk::isParentStep(step.head)) {
+      CMarlNode const* up = current->parent;
+      // Above the top element the path goes on from the document: "../x" from the root
+      // element looks for a root element x.
+      if (!up || up->getType() != MarlNode::nodeElement)
+        return current->ownerDocument ? walk.moveTo(current->ownerDocument, step.rest)
+                                      : PathOutcome::failed;
+      current = static_cast<CMarlElement const*>(up);
+    } else {
+      walk.split(step.head, qualifier, local);
+      if (CPathWalk::isWildcard(qualifier, local))
+        return walk.branch(current, std::move(qualifier), std::move(local), step.rest);
+      MarlElement child =
+          current->findRegistered(*intern(local), *intern(qualifier), walk.namePart(), 1);
+      if (!child) return PathOutcome::failed;
+      current = child._impl();
+    }
+    offset = step.rest;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CPathWalk
+
+namespace {
+
+// A wildcard branch that led nowhere: the element tried and where the path went on from it.
+struct FailedBranch {
+  CMarlNode const* node;
+  std::size_t offset;
+};
+
+struct FailedBranchTraits {
+  using Key = FailedBranch;
+  static Key const& key(FailedBranch const& branch) noexcept { return branch; }
+  static std::uint32_t hash(Key const& branch) noexcept {
+    std::size_t mixed = std::hash<CMarlNode const*>()(branch.node) * 31u + branch.offset;
+    return static_cast<std::uint32_t>(mixed ^ (mixed >> 16));
+  }
+  static bool equal(Key const& a, Key const& b) noexcept {
+    return a.node == b.node && a.offset == b.offset;
+  }
+};
+
+constexpr std::size_t c_failedBranchesSize = 64;
+
+}  // namespace
+
+class CFailedBranches : public CHashTable<FailedBranch, FailedBranchTraits> {
+ public:
+  CFailedBranches() : CHashTable(c_failedBranchesSize) {}
+};
+
+CPathWalk::CPathWalk(std::wstring const& walkedPath, bool stepsByURI)
+    : path(walkedPath),
+      uriSteps(stepsByURI),
+      position(nullptr),
+      offset(0),
+      destination(nullptr) {}
+
+CPathWalk::~CPathWalk() = default;
+
+MarlElement CPathWalk::lookUp(CMarlNode const* start, std::wstring const& path, bool byURI) {
+  try {
+    CPathWalk walk(path, byURI);
+    return walk.run(start);
+  } catch (std::bad_alloc const&) {
+    return MarlElement();
+  }
+}
+
+CMarlElement::NamePart CPathWalk::namePart() const noexcept {
+  return uriSteps ? &CMarlNode::getNamespaceURI : &CMarlNode::getNamespacePrefix;
+}
+
+bool CPathWalk::slashAt(std::size_t at) const noexcept {
+  return at < path.size() && path[at] == L'/';
+}
+
+// A quoted step runs to its closing mark, or to the end when there is none; one "/" after the
+// mark is dropped, and anything else there begins the rest.
+CPathWalk::Step CPathWalk::cut(std::size_t at) const noexcept {
+  std::size_t size = path.size();
+  if (at >= size) return Step{std::wstring_view(), size};
+  if (uriSteps && path[at] == L'"') {
+    std::size_t open = at + 1;
+    std::size_t close = path.find(L'"', open);
+    if (close == std::wstring_view::npos) return Step{path.substr(open), size};
+    std::size_t rest = close + 1;
+    if (rest < size && path[rest] == L'/') ++rest;
+    return Step{path.substr(open, close - open), rest};
+  }
+  std::size_t slash = path.find(L'/', at);
+  if (slash == std::wstring_view::npos) return Step{path.substr(at), size};
+  return Step{path.substr(at, slash - at), slash + 1};
+}
+
+// A URI holds colons of its own, so a step by URI is split at its last colon.
+void CPathWalk::split(std::wstring_view head, std::wstring& qualifier,
+                      std::wstring& local) const {
+  std::size_t colon = uriSteps ? head.rfind(L':') : head.find(L':');
+  if (colon == std::wstring_view::npos) {
+    qualifier.clear();
+    local.assign(head);
+    return;
+  }
+  qualifier.assign(head.substr(0, colon));
+  local.assign(head.substr(colon + 1));
+}
+
+// Only a step of exactly "*" on either side is a wildcard step; compareName, which tests the
+// candidates, takes any pattern beginning with "*" for one.
+bool CPathWalk::isWildcard(std::wstring const& qualifier, std::wstring const& local) noexcept {
+  return local == L"*" || qualifier == L"*";
+}
+
+PathOutcome CPathWalk::arrive(CMarlElement const* element) noexcept {
+  destination = element;
+  return PathOutcome::arrived;
+}
+
+PathOutcome CPathWalk::moveTo(CMarlNode const* node, std::size_t at) noexcept {
+  position = node;
+  offset = at;
+  return PathOutcome::moved;
+}
+
+PathOutcome CPathWalk::branch(CMarlNode const* parent, std::wstring qualifier, std::wstring local,
+                              std::size_t rest) {
+  wildcards.push_back(Wildcard{parent, nullptr, std::move(qualifier), std::move(local), rest});
+  return PathOutcome::branched;
+}
+
+MarlElement CPathWalk::run(CMarlNode const* start) {
+  position = start;
+  offset = 0;
+  for (;;) {
+    switch (takeSteps()) {
+      case PathOutcome::arrived:
+        return MarlElement(const_cast<CMarlElement*>(destination));
+      case PathOutcome::moved:
+        continue;
+      case PathOutcome::branched:
+        if (enterNextCandidate()) continue;
+        break;
+      case PathOutcome::failed:
+        break;
+    }
+    if (!backtrack()) return MarlElement();
+  }
+}
+
+PathOutcome CPathWalk::takeSteps() {
+  if (position->getType() == MarlNode::nodeDocument)
+    return static_cast<CMarlDocument const*>(position)->takePathStep(*this, offset);
+  return static_cast<CMarlElement const*>(position)->takePathSteps(*this, offset);
+}
+
+bool CPathWalk::enterNextCandidate() {
+  Wildcard& step = wildcards.back();
+  CMarlNode const* child = step.candidate ? step.candidate->next : step.parent->firstChild;
+  for (; child; child = child->next) {
+    if (child->getType() != MarlNode::nodeElement) continue;
+    if (!compareName(child->getName(), (child->*namePart())(), step.local, step.qualifier))
+      continue;
+    if (failures && failures->find(FailedBranch{child, step.rest})) continue;
+    step.candidate = child;
+    moveTo(child, step.rest);
+    return true;
+  }
+  wildcards.pop_back();
+  return false;
+}
+
+// The innermost wildcard step's candidate is the one whose branch just failed: all the steps
+// inside that branch have been tried and dropped before the walk gets back here.
+bool CPathWalk::backtrack() {
+  while (!wildcards.empty()) {
+    FailedBranch branch{wildcards.back().candidate, wildcards.back().rest};
+    if (!failures) failures.reset(new CFailedBranches());
+    failures->emplace(branch, branch);
+    if (enterNextCandidate()) return true;
+  }
+  return false;
+}
+
+// ---------------------------------------------------------------------------------------
 // MarlElement
 
 MARL_DEFINE_NODE_HANDLE(MarlElement, CMarlElement, idElement)
@@ -432,4 +796,35 @@ void MarlElement::getContentAsString(std::wstring& content) const {
 
 unsigned int MarlElement::getEndTagLine() const {
   return _impl()->getEndTagLine();
+}
+
+MarlElement MarlElement::findFromPath(std::wstring const& path) const {
+  return _impl()->findFromPath(path);
+}
+
+MarlElement MarlElement::findFromPathNS(std::wstring const& path,
+                                        std::wstring const& reserved) const {
+  return _impl()->findFromPathNS(path, reserved);
+}
+
+MarlElement MarlElement::findFromName(std::wstring const& name, std::wstring const& prefix,
+                                      unsigned int depth) const {
+  return _impl()->findFromName(name, prefix, depth);
+}
+
+MarlElement MarlElement::findFromNameNS(std::wstring const& name, std::wstring const& uri,
+                                        unsigned int depth) const {
+  return _impl()->findFromNameNS(name, uri, depth);
+}
+
+MarlNodeCollection MarlElement::getElementsByTagName(std::wstring const& name,
+                                                     std::wstring const& prefix,
+                                                     unsigned int depth) const {
+  return _impl()->getElementsByTagName(name, prefix, depth);
+}
+
+MarlNodeCollection MarlElement::getElementsByTagNameNS(std::wstring const& name,
+                                                       std::wstring const& uri,
+                                                       unsigned int depth) const {
+  return _impl()->getElementsByTagNameNS(name, uri, depth);
 }

@@ -1,12 +1,25 @@
 #ifndef MARL_DOM_XMXXO_ELEM_H
 #define MARL_DOM_XMXXO_ELEM_H
 
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "dom/xmxxo_node.h"
 #include "marl/attribute.h"
 #include "marl/element.h"
+#include "marl/list.h"
 #include "marl/namespace.h"
 
 class CMarlAttribute;
+class CMarlNodeCollection;
+class CPathWalk;
+
+// How a stretch of a path walk ends: at the element sought, at a dead end, at another node to
+// go on from, or at a wildcard step whose candidates the walk tries in turn.
+enum class PathOutcome { arrived, failed, moved, branched };
 
 // An element. Its attribute map and namespace context are made only when something asks, so
 // a parsed document with many plain elements pays for neither.
@@ -32,6 +45,7 @@ class CMarlElement : public CMarlNode {
   void getValue(std::wstring& value) const override;
   unsigned int getType() const override;
   MarlNamedNodeMap getAttributes() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::wstring const& getAttribute(std::wstring const& name, std::wstring const& prefix) const;
   std::wstring const& getAttributeNS(std::wstring const& name, std::wstring const& uri) const;
@@ -64,6 +78,40 @@ class CMarlElement : public CMarlNode {
   // Drops the cached contexts here and below: a declaration changed.
   void clearNamespaceContext();
 
+  // Lookups below this element. They report nothing: an empty handle when nothing matches or
+  // memory runs out.
+  MarlElement findFromPath(std::wstring const& path) const;
+  // `reserved` is part of the signature only; nothing reads it.
+  MarlElement findFromPathNS(std::wstring const& path, std::wstring const& reserved) const;
+  MarlElement findFromName(std::wstring const& name, std::wstring const& prefix,
+                           unsigned int depth) const;
+  MarlElement findFromNameNS(std::wstring const& name, std::wstring const& uri,
+                             unsigned int depth) const;
+  MarlNodeCollection getElementsByTagName(std::wstring const& name, std::wstring const& prefix,
+                                          unsigned int depth) const;
+  MarlNodeCollection getElementsByTagNameNS(std::wstring const& name, std::wstring const& uri,
+                                            unsigned int depth) const;
+
+  // The name part a lookup compares beside the local name: the prefix or the namespace URI.
+  using NamePart = std::wstring const& (CMarlNode::*)() const;
+  // The first element below this one in document order, to `depth` levels (1: the children;
+  // 0: all), whose name and prefix (URI) are the atoms given, compared by address. Only the
+  // subtrees of elements are searched. Throws bad_alloc.
+  MarlElement findFromRegisteredName(std::wstring const& name, std::wstring const& prefix,
+                                     unsigned int depth) const;
+  MarlElement findFromRegisteredNameNS(std::wstring const& name, std::wstring const& uri,
+                                       unsigned int depth) const;
+  MarlElement findRegistered(std::wstring const& name, std::wstring const& second,
+                             NamePart part, unsigned int depth) const;
+  // Appends to `found` the elements named by the atoms given among the nodes of the depth-first
+  // walk from this element to `depth` (1: the element and its children; 0: all); the element
+  // itself only when `withSelf`. Throws bad_alloc.
+  void collectRegistered(CMarlNodeCollection& found, std::wstring const& name,
+                         std::wstring const& second, NamePart part, unsigned int depth,
+                         bool withSelf) const;
+  // Takes the steps of a path from this element, up to where the walk leaves it.
+  PathOutcome takePathSteps(CPathWalk& walk, std::size_t offset) const;
+
   Atom name;
   Atom prefix;
   Atom uri;
@@ -76,6 +124,74 @@ class CMarlElement : public CMarlNode {
                             std::wstring const& value);
   // Binds the declarations among the attributes into a context of the element's own.
   void bindDeclarations() const;
+};
+
+class CFailedBranches;
+
+// A lookup by path under way. The element and the document take the steps, each by its own
+// rules; the walk holds the path and a stack of the wildcard steps whose further candidates
+// are still to try, so that backtracking costs no recursion however long the path or deep the
+// tree. A branch that failed is remembered by its element and its place in the path and is
+// not tried again, which keeps paths full of wildcards and ".." from taking exponential time.
+class CPathWalk {
+ public:
+  // One step of the path.
+  struct Step {
+    std::wstring_view head;  // the step, without its quotes
+    std::size_t rest;        // where the path goes on behind it
+  };
+
+  // The element `path` leads to from `start`, a document or an element; empty when none does
+  // or memory runs out. Steps by URI may be quoted, and split at their last colon.
+  static MarlElement lookUp(CMarlNode const* start, std::wstring const& path, bool byURI);
+
+  CPathWalk(std::wstring const& path, bool byURI);
+  ~CPathWalk();
+  CPathWalk(CPathWalk const&) = delete;
+  CPathWalk& operator=(CPathWalk const&) = delete;
+
+  bool byURI() const noexcept { return uriSteps; }
+  CMarlElement::NamePart namePart() const noexcept;
+  bool slashAt(std::size_t offset) const noexcept;
+  // The step at `offset`: up to the next "/", or a quoted one up to its closing mark.
+  Step cut(std::size_t offset) const noexcept;
+  // The qualifier (prefix or URI) and the local name of a step.
+  void split(std::wstring_view head, std::wstring& qualifier, std::wstring& local) const;
+  static bool isParentStep(std::wstring_view head) noexcept { return head == L".."; }
+  static bool isWildcard(std::wstring const& qualifier, std::wstring const& local) noexcept;
+
+  PathOutcome arrive(CMarlElement const* element) noexcept;
+  PathOutcome moveTo(CMarlNode const* node, std::size_t offset) noexcept;
+  // A wildcard step over the element children of `parent`: each that matches goes on with
+  // the path from `rest`, in order, until one arrives.
+  PathOutcome branch(CMarlNode const* parent, std::wstring qualifier, std::wstring local,
+                     std::size_t rest);
+
+ private:
+  struct Wildcard {
+    CMarlNode const* parent;
+    CMarlNode const* candidate;  // the child being tried; null before the first
+    std::wstring qualifier;
+    std::wstring local;
+    std::size_t rest;
+  };
+
+  MarlElement run(CMarlNode const* start);
+  PathOutcome takeSteps();
+  // Goes on with the next candidate of the innermost wildcard step, dropping the step when it
+  // has none left; false then.
+  bool enterNextCandidate();
+  // After a dead end: the next candidate of the nearest wildcard step that has one; false when
+  // the whole lookup failed.
+  bool backtrack();
+
+  std::wstring_view path;
+  bool uriSteps;
+  CMarlNode const* position;
+  std::size_t offset;
+  CMarlElement const* destination;
+  std::vector<Wildcard, tova_alloc<Wildcard>> wildcards;
+  std::unique_ptr<CFailedBranches> failures;
 };
 
 #endif

@@ -6,11 +6,9 @@
 #include "dom/xmxxo_nfil.h"
 #include "dom/xmxxo_nmap.h"
 #include "marl/document.h"
+#include "marl/list.h"
 #include "marl/namespace.h"
 
-namespace {
-
-// The clone an iterator keeps of its caller's filter; none for none.
 MarlNodeFilter privateCopy(MarlNodeFilter const& filter) {
   if (!filter) return filter;
   MarlNodeFilter copy = filter.clone();
@@ -18,6 +16,8 @@ MarlNodeFilter privateCopy(MarlNodeFilter const& filter) {
   if (!copy) throw std::bad_alloc();
   return copy;
 }
+
+namespace {
 
 // The two directions of the depth-first walk: the reverse one is the mirror image.
 struct Forward {
@@ -561,6 +561,11 @@ MarlDocument MarlInlineIterator::getOwnerDocument() const {
 MarlNamedNodeMap MarlInlineIterator::getAttributes() const {
   MarlNode const& node = m_p->current;
   return node ? node.getAttributes() : MarlNamedNodeMap();
+}
+
+MarlNodeList MarlInlineIterator::getChildren() const {
+  MarlNode const& node = m_p->current;
+  return node ? node.getChildren() : MarlNodeList();
 }
 
 MarlNamespaceContext MarlInlineIterator::getNamespaceContext() const {

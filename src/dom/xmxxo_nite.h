@@ -8,6 +8,9 @@
 #include "marl/filter.h"
 #include "marl/iterator.h"
 
+// The clone an iterator keeps of its caller's filter; none for none. Throws bad_alloc.
+MarlNodeFilter privateCopy(MarlNodeFilter const& filter);
+
 // The root of all iterators: over trees, maps, lists and collections.
 class CNodeIteratorImpl : public CUnknown, public AllocPolicyRollArea {
  public:
@@ -149,6 +152,40 @@ class CNodeMapRevIterator : public CNodeIteratorImpl {
   std::int32_t index;
   MarlNodeFilter filter;
 };
+
+// The steps of the walks over lists and collections, by index; `Sequence` answers getLength
+// and getItem. The forward walk counts up from the first item and keeps counting past the end.
+template <class Sequence>
+MarlNode stepForward(Sequence& items, MarlNodeFilter const& filter, std::uint8_t& first,
+                     std::uint32_t& index) {
+  if (first) {
+    index = 0;
+    first = 0;
+  } else {
+    ++index;
+  }
+  std::uint32_t length = items.getLength();
+  if (filter)
+    while (index < length && !filter.acceptNode(items.getItem(index))) ++index;
+  return index < length ? items.getItem(index) : MarlNode();
+}
+
+// The reverse walk counts down from the last item and ends below 0; it stops counting there,
+// since every index below 0 gives the same empty answer.
+template <class Sequence>
+MarlNode stepBackward(Sequence& items, MarlNodeFilter const& filter, std::uint8_t& first,
+                      std::int32_t& index) {
+  if (first) {
+    index = static_cast<std::int32_t>(items.getLength()) - 1;
+    first = 0;
+  } else if (index >= 0) {
+    --index;
+  }
+  if (filter)
+    while (index >= 0 && !filter.acceptNode(items.getItem(static_cast<unsigned>(index))))
+      --index;
+  return index >= 0 ? items.getItem(static_cast<unsigned>(index)) : MarlNode();
+}
 
 // Stands on the current node of a walk. It serves the node iterator's interface too, because
 // it answers that identifier: seen so, each getNext is an advance that gives the new node.

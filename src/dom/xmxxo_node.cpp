@@ -8,6 +8,7 @@
 #include "dom/xmxxo_elem.h"
 #include "dom/xmxxo_nfil.h"
 #include "dom/xmxxo_nite.h"
+#include "dom/xmxxo_nlis.h"
 #include "dom/xmxxo_nmap.h"
 #include "dom/xmxxo_nsc.h"
 
@@ -193,6 +194,15 @@ MarlNamedNodeMap CMarlNode::getAttributes() const {
 
 MarlDocument CMarlNode::getOwnerDocument() const {
   return MarlDocument(ownerDocument);
+}
+
+void writeQualifiedName(MarlOStream const& out, std::wstring const& prefix,
+                        std::wstring const& name) {
+  if (!prefix.empty()) {
+    writeMarkup(out, prefix);
+    writeMarkup(out, L":");
+  }
+  writeMarkup(out, name);
 }
 
 void CMarlNode::link(CMarlNode* newParent, CMarlNode* before) {
@@ -509,6 +519,10 @@ MarlNode MarlNode::clone(int depth) const {
   return m_p->clone(depth);
 }
 
+void MarlNode::render(MarlOStream const& stream, unsigned char deep) const {
+  m_p->render(stream, deep);
+}
+
 MarlNode MarlNode::getParent() const {
   return MarlNode(m_p->parent);
 }
@@ -535,6 +549,10 @@ MarlNode MarlNode::getRoot() const {
 
 MarlDocument MarlNode::getOwnerDocument() const {
   return m_p->getOwnerDocument();
+}
+
+MarlNodeList MarlNode::getChildren() const {
+  return CMarlNodeList::over(*this);
 }
 
 unsigned char MarlNode::isRoot() const {

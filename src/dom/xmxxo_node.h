@@ -9,6 +9,7 @@
 #include "kernel/xmxxi_marl.h"
 #include "kernel/xmxxo_unkn.h"
 #include "marl/node.h"
+#include "marl/stream.h"
 
 class CMarlDocument;
 class MarlInlineIterator;
@@ -51,6 +52,9 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   virtual unsigned int getType() const = 0;
   virtual MarlNamedNodeMap getAttributes() const;
   virtual MarlDocument getOwnerDocument() const;
+  // Writes the node as XML text; `deep` 1 with its children, 0 alone. An empty stream gets
+  // nothing.
+  virtual void render(MarlOStream const& out, unsigned char deep) const = 0;
 
   // Structure, read directly from the fields.
   MarlNode getRoot() const;
@@ -125,6 +129,18 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   // so that bad_alloc leaves the tree as it was.
   MarlNodeIterator ownerWalk(CMarlNode* node, CMarlNode* endMark) const;
 };
+
+// Markup goes out unescaped and unquoted, a literal without being copied into a string first.
+template <std::size_t N>
+void writeMarkup(MarlOStream const& out, wchar_t const (&text)[N]) {
+  out.write(text, static_cast<int>(N - 1));
+}
+inline void writeMarkup(MarlOStream const& out, std::wstring const& text) {
+  out.writeString(text);
+}
+// "prefix:name", or the name alone when the prefix is empty.
+void writeQualifiedName(MarlOStream const& out, std::wstring const& prefix,
+                        std::wstring const& name);
 
 // Allocates and constructs an object for a create operation: an empty handle when memory runs out.
 template <class Handle, class Impl, class... Args>

@@ -25,6 +25,12 @@ MarlNode CMarlNamespaceDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlNamespaceDecl>(*this, static_cast<short>(depth));
 }
 
+// A declaration is always written, whatever its specified flag says.
+void CMarlNamespaceDecl::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  renderAssignment(out);
+}
+
 std::wstring const& CMarlNamespaceDecl::getNamespaceURI() const {
   return *emptyAtom();
 }

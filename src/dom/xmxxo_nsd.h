@@ -18,6 +18,7 @@ class CMarlNamespaceDecl : public CMarlAttribute {
   MarlNode clone(int depth) const override;
   std::wstring const& getNamespaceURI() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 };
 
 #endif

@@ -52,6 +52,15 @@ MarlNode CMarlPIUnparsed::clone(int depth) const {
   return createObject<MarlNode, CMarlPIUnparsed>(*this, static_cast<short>(depth));
 }
 
+// The data keeps the blank that separated it from the target, so none is added.
+void CMarlPIUnparsed::render(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<?");
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  writeMarkup(out, getValue());
+  writeMarkup(out, L"?>");
+}
+
 std::wstring const& CMarlPIUnparsed::getValue() const {
   return data;
 }
@@ -95,6 +104,19 @@ unsigned int CMarlPIParsed::_queryClass() const {
 
 MarlNode CMarlPIParsed::clone(int depth) const {
   return createObject<MarlNode, CMarlPIParsed>(*this, static_cast<short>(depth));
+}
+
+void CMarlPIParsed::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  writeMarkup(out, L"<?");
+  writeMarkup(out, getName());
+  if (attributes) {
+    for (MarlNode const& entry : attributes._impl()->entries) {
+      writeMarkup(out, L" ");
+      entry._impl()->render(out, 1);
+    }
+  }
+  writeMarkup(out, L"?>");
 }
 
 unsigned int CMarlPIParsed::getType() const {

@@ -39,6 +39,7 @@ class CMarlPIUnparsed : public CMarlPI {
   std::wstring const& getValue() const override;
   void getValue(std::wstring& value) const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::wstring data;
 };
@@ -56,6 +57,7 @@ class CMarlPIParsed : public CMarlPI {
   MarlNode clone(int depth) const override;
   unsigned int getType() const override;
   MarlNamedNodeMap getAttributes() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::wstring const& getAttribute(std::wstring const& name) const;
   MarlAttribute getAttributeNode(std::wstring const& name) const;

@@ -32,6 +32,25 @@ MarlNode CMarlAttListDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlAttListDecl>(*this, static_cast<short>(depth));
 }
 
+// Pretty printed, each attribute stands on a line of its own, ten blanks in.
+void CMarlAttListDecl::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<!ATTLIST ");
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  if (deep) {
+    for (CMarlNode const* child = firstChild; child; child = child->next) {
+      if (out.getPrettyPrint()) {
+        XMLOSManipEndl().manipulate(out);
+        writeMarkup(out, L"         ");
+      }
+      writeMarkup(out, L" ");
+      child->render(out, 1);
+    }
+  }
+  writeMarkup(out, L">");
+  XMLOSManipEndl().manipulate(out);
+}
+
 std::wstring const& CMarlAttListDecl::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }

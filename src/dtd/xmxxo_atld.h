@@ -20,6 +20,7 @@ class CMarlAttListDecl : public CMarlNode {
   std::wstring const& getName() const override;
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   Atom name;
   Atom namespacePrefix;

@@ -1,6 +1,7 @@
 #include "dtd/xmxxo_atrd.h"
 
 #include <algorithm>
+#include <cwchar>
 
 CMarlAttributeDecl::CMarlAttributeDecl(Atom attributeName, Atom attributePrefix)
     : name(attributeName),
@@ -38,6 +39,51 @@ unsigned int CMarlAttributeDecl::setNamespacePrefix(std::wstring const& text) {
 
 MarlNode CMarlAttributeDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlAttributeDecl>(*this, static_cast<short>(depth));
+}
+
+void CMarlAttributeDecl::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  renderValueType(out);
+  if (!defaultValue.empty()) {
+    if (attrDefault == MarlAttributeDecl::AD_FIXED) writeMarkup(out, L" #FIXED");
+    writeMarkup(out, L" ");
+    XMLOSManipQuoted(1).manipulate(out);
+    XMLOSManipEscaped(1).manipulate(out);
+    writeMarkup(out, defaultValue);
+    return;
+  }
+  switch (attrDefault) {
+    case MarlAttributeDecl::AD_IMPLIED:
+      writeMarkup(out, L" #IMPLIED");
+      break;
+    case MarlAttributeDecl::AD_REQUIRED:
+      writeMarkup(out, L" #REQUIRED");
+      break;
+    case MarlAttributeDecl::AD_VALUE:
+      writeMarkup(out, L" \"\"");
+      break;
+    default:
+      break;
+  }
+}
+
+// Values are joined without blanks, unlike the members of a content model.
+void CMarlAttributeDecl::renderValueType(MarlOStream const& out) const {
+  static wchar_t const* const c_typeNames[] = {L" CDATA",  L" ID",          L" IDREF",
+                                               L" IDREFS", L" ENTITY",      L" ENTITIES",
+                                               L" NMTOKEN", L" NMTOKENS",  L" NOTATION (",
+                                               L" ("};
+  unsigned int const index = static_cast<unsigned int>(valueType) - 1;
+  if (index >= sizeof(c_typeNames) / sizeof(c_typeNames[0])) return;
+  out.write(c_typeNames[index], static_cast<int>(std::wcslen(c_typeNames[index])));
+  if (valueType != MarlAttributeDecl::VT_NOTATION && valueType != MarlAttributeDecl::VT_ENUMERATION)
+    return;
+  for (unsigned int i = 0; !getEnumValue(i).empty(); ++i) {
+    if (i != 0) writeMarkup(out, L"|");
+    writeMarkup(out, getEnumValue(i));
+  }
+  writeMarkup(out, L")");
 }
 
 std::wstring const& CMarlAttributeDecl::getName() const {

@@ -27,11 +27,14 @@ class CMarlAttributeDecl : public CMarlNode {
   std::wstring const& getName() const override;
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   bool addEnumValue(std::wstring const& value);
   bool allowsEnumValue(std::wstring const& value) const;
   bool removeEnumValue(std::wstring const& value);
   std::wstring const& getEnumValue(unsigned int index) const;
+  // The type as declared, with its blank in front: " CDATA", " (a|b)".
+  void renderValueType(MarlOStream const& out) const;
 
   Atom name;
   Atom namespacePrefix;

@@ -30,6 +30,24 @@ MarlNode CMarlCondDTDSection::clone(int depth) const {
   return createObject<MarlNode, CMarlCondDTDSection>(*this, static_cast<short>(depth));
 }
 
+void CMarlCondDTDSection::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out || external) return;
+  if (includeSection)
+    writeMarkup(out, L"<![INCLUDE[");
+  else
+    writeMarkup(out, L"<![IGNORE[");
+  XMLOSManipIncIndent(1).manipulate(out);
+  XMLOSManipEndl().manipulate(out);
+  if (!includeSection) {
+    writeMarkup(out, text);
+  } else if (deep) {
+    for (CMarlNode const* child = firstChild; child; child = child->next) child->render(out, 1);
+  }
+  writeMarkup(out, L"]]>");
+  XMLOSManipDecIndent(1).manipulate(out);
+  XMLOSManipEndl().manipulate(out);
+}
+
 std::wstring const& CMarlCondDTDSection::getName() const {
   return *CMarl::staticString(CStaticStringTable::condDTDSection);
 }

@@ -21,6 +21,7 @@ class CMarlCondDTDSection : public CMarlNode {
   std::wstring const& getValue() const override;
   void getValue(std::wstring& value) const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::uint8_t includeSection;
   std::uint8_t external;

@@ -1,5 +1,7 @@
 #include "dtd/xmxxo_cp.h"
 
+#include "dom/xmxxo_nlis.h"
+
 CMarlContentParticle::CMarlContentParticle(Atom particleName, Atom particlePrefix,
                                            Occurrence particleOccurrence,
                                            Grouping particleGrouping)
@@ -38,6 +40,38 @@ MarlNode CMarlContentParticle::clone(int depth) const {
   return createObject<MarlNode, CMarlContentParticle>(*this, static_cast<short>(depth));
 }
 
+void CMarlContentParticle::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  if (!firstChild && !getName().empty()) {
+    writeQualifiedName(out, getNamespacePrefix(), getName());
+  } else {
+    writeMarkup(out, L"(");
+    for (CMarlNode const* child = firstChild; child; child = child->next) {
+      if (child != firstChild) {
+        if (grouping == MarlContentParticle::GROUP_SEQUENCE)
+          writeMarkup(out, L", ");
+        else
+          writeMarkup(out, L" | ");
+      }
+      child->render(out, 1);
+    }
+    writeMarkup(out, L")");
+  }
+  switch (occurrence) {
+    case MarlContentParticle::OCC_ZERO_OR_MORE:
+      writeMarkup(out, L"*");
+      break;
+    case MarlContentParticle::OCC_ONE_OR_MORE:
+      writeMarkup(out, L"+");
+      break;
+    case MarlContentParticle::OCC_OPTIONAL:
+      writeMarkup(out, L"?");
+      break;
+    default:
+      break;
+  }
+}
+
 std::wstring const& CMarlContentParticle::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }
@@ -53,6 +87,13 @@ unsigned int CMarlContentParticle::getType() const {
 // Through the virtual slot, so that the members are linked like any child.
 void CMarlContentParticle::addContentParticle(MarlContentParticle const& particle) {
   appendChild(particle, 0);
+}
+
+// Through a list of its own, which counts from the first member: the particle keeps no cursor.
+MarlContentParticle CMarlContentParticle::getContentParticle(unsigned int index) const {
+  MarlNodeList members = CMarlNodeList::over(MarlNode(const_cast<CMarlContentParticle*>(this)));
+  if (!members) return MarlContentParticle();
+  return MarlContentParticle(members.getItem(index));
 }
 
 // ---------------------------------------------------------------------------------------
@@ -82,4 +123,8 @@ unsigned int MarlContentParticle::numContentParticles() const {
 
 void MarlContentParticle::addContentParticle(MarlContentParticle const& particle) {
   _impl()->addContentParticle(particle);
+}
+
+MarlContentParticle MarlContentParticle::getContentParticle(unsigned int index) const {
+  return _impl()->getContentParticle(index);
 }

@@ -23,9 +23,11 @@ class CMarlContentParticle : public CMarlNode {
   std::wstring const& getName() const override;
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   unsigned int numContentParticles() const noexcept { return numChildren; }
   void addContentParticle(MarlContentParticle const& particle);
+  MarlContentParticle getContentParticle(unsigned int index) const;
 
   Atom name;
   Atom namespacePrefix;

@@ -66,6 +66,47 @@ MarlNode CMarlDocumentType::clone(int depth) const {
   return createObject<MarlNode, CMarlDocumentType>(*this, static_cast<short>(depth));
 }
 
+// Only the internal subset is written: a reader finds the external one through the
+// identifiers. The closing bracket stands at the inner indentation and a blank follows the
+// final ">", as documents written so far have it.
+void CMarlDocumentType::render(MarlOStream const& out, unsigned char deep) const {
+  if (!out || !explicitDecl) return;
+  writeMarkup(out, L"<!DOCTYPE ");
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  if (!systemId.empty()) {
+    if (publicId.empty()) {
+      writeMarkup(out, L" SYSTEM ");
+    } else {
+      writeMarkup(out, L" PUBLIC ");
+      XMLOSManipQuoted(1).manipulate(out);
+      writeMarkup(out, publicId);
+      writeMarkup(out, L" ");
+    }
+    XMLOSManipQuoted(1).manipulate(out);
+    writeMarkup(out, systemId);
+  }
+  if (deep) {
+    bool subsetOpen = false;
+    for (CMarlNode* child = firstChild; child; child = child->next) {
+      std::uint8_t const* external = externalFlag(child);
+      if (external && *external) continue;
+      if (!subsetOpen) {
+        writeMarkup(out, L" [");
+        XMLOSManipIncIndent(1).manipulate(out);
+        XMLOSManipEndl().manipulate(out);
+        subsetOpen = true;
+      }
+      child->render(out, 1);
+    }
+    if (subsetOpen) {
+      writeMarkup(out, L"]");
+      XMLOSManipDecIndent(1).manipulate(out);
+    }
+  }
+  writeMarkup(out, L"> ");
+  XMLOSManipEndl().manipulate(out);
+}
+
 std::wstring const& CMarlDocumentType::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }

@@ -30,6 +30,7 @@ class CMarlDocumentType : public CMarlNode {
   std::wstring const& getName() const override;
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   MarlElementDecl createElementDecl(std::wstring const& declName, std::wstring const& declPrefix);
   MarlAttListDecl createAttListDecl(std::wstring const& declName, std::wstring const& declPrefix);

@@ -23,6 +23,33 @@ MarlNode CMarlElementDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlElementDecl>(*this, static_cast<short>(depth));
 }
 
+// The declaration's own occurrence and grouping belong to no syntax: only its content model,
+// the first child, is written.
+void CMarlElementDecl::render(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<!ELEMENT ");
+  writeQualifiedName(out, getNamespacePrefix(), getName());
+  switch (contentSpec) {
+    case MarlElementDecl::CS_EMPTY:
+      writeMarkup(out, L" EMPTY");
+      break;
+    case MarlElementDecl::CS_ANY:
+      writeMarkup(out, L" ANY");
+      break;
+    case MarlElementDecl::CS_CHILDREN:
+    case MarlElementDecl::CS_MIXED:
+      if (firstChild && firstChild->_queryInterface(idContentParticle)) {
+        writeMarkup(out, L" ");
+        firstChild->render(out, 1);
+      }
+      break;
+    default:
+      break;
+  }
+  writeMarkup(out, L">");
+  XMLOSManipEndl().manipulate(out);
+}
+
 unsigned int CMarlElementDecl::getType() const {
   return MarlNode::nodeElementDecl;
 }

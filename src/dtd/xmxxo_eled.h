@@ -17,6 +17,7 @@ class CMarlElementDecl : public CMarlContentParticle {
 
   MarlNode clone(int depth) const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   ContentSpec contentSpec;
   std::uint8_t external;

@@ -1,5 +1,7 @@
 #include "dtd/xmxxo_entd.h"
 
+#include <cwchar>
+
 #include "parser/xmxxs_ent.h"
 
 CMarlEntityDecl::CMarlEntityDecl() : name(emptyAtom()), parameterEntity(0), external(0) {}
@@ -33,6 +35,50 @@ unsigned int CMarlEntityDecl::setName(std::wstring const& text) {
 
 MarlNode CMarlEntityDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlEntityDecl>(*this, static_cast<short>(depth));
+}
+
+void CMarlEntityDecl::render(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<!ENTITY ");
+  if (parameterEntity) writeMarkup(out, L"% ");
+  writeMarkup(out, getName());
+  unsigned int const kind = entityKind();
+  if (kind == MarlGEntity::entityExtParsed || kind == MarlGEntity::entityExtUnparsed) {
+    if (getPublicId().empty()) {
+      writeMarkup(out, L" SYSTEM ");
+    } else {
+      writeMarkup(out, L" PUBLIC ");
+      XMLOSManipQuoted(1).manipulate(out);
+      writeMarkup(out, getPublicId());
+      writeMarkup(out, L" ");
+    }
+    XMLOSManipQuoted(1).manipulate(out);
+    writeMarkup(out, getSystemId());
+    if (kind == MarlGEntity::entityExtUnparsed && !getNotationName().empty()) {
+      writeMarkup(out, L" NDATA ");
+      writeMarkup(out, getNotationName());
+    }
+  } else if (kind == MarlGEntity::entityIntParsed) {
+    renderValue(out);
+  }
+  writeMarkup(out, L">");
+  XMLOSManipEndl().manipulate(out);
+}
+
+// The value goes out unescaped, so that the references in it stay references. A value that is
+// a lone markup character becomes its character reference, or the declaration would not read
+// back: `<!ENTITY lt "&#60;">`.
+void CMarlEntityDecl::renderValue(MarlOStream const& out) const {
+  std::wstring const value = static_cast<CMarlGEntityIntParsed*>(gentity._impl())->getValue();
+  writeMarkup(out, L" ");
+  XMLOSManipQuoted(1).manipulate(out);
+  if (value.size() == 1 && (value[0] == L'<' || value[0] == L'>' || value[0] == L'&')) {
+    wchar_t reference[8];
+    int const written = std::swprintf(reference, 8, L"&#%d;", static_cast<int>(value[0]));
+    out.write(reference, written);
+    return;
+  }
+  writeMarkup(out, value);
 }
 
 std::wstring const& CMarlEntityDecl::getName() const {

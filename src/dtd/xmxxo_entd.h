@@ -26,6 +26,7 @@ class CMarlEntityDecl : public CMarlNode {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::wstring const& getEntityValue() const;
   std::wstring const& getSystemId() const;
@@ -41,6 +42,8 @@ class CMarlEntityDecl : public CMarlNode {
  private:
   // The kind of the entity object; that of no kind when there is none.
   unsigned int entityKind() const;
+  // The quoted value of an internal entity, with its blank in front.
+  void renderValue(MarlOStream const& out) const;
 };
 
 #endif

@@ -27,6 +27,15 @@ MarlNode CMarlEntityRef::clone(int depth) const {
   return createObject<MarlNode, CMarlEntityRef>(*this, static_cast<short>(depth));
 }
 
+// An expanded reference holds its replacement as children; the reference alone is written, so
+// that the text reads back as it was.
+void CMarlEntityRef::render(MarlOStream const& out, unsigned char) const {
+  if (!out) return;
+  writeMarkup(out, L"&");
+  writeMarkup(out, getName());
+  writeMarkup(out, L";");
+}
+
 std::wstring const& CMarlEntityRef::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }

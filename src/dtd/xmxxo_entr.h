@@ -19,6 +19,7 @@ class CMarlEntityRef : public CMarlNode {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   std::wstring const& getPublicId() const;
   std::wstring const& getSystemId() const;

@@ -29,6 +29,29 @@ MarlNode CMarlNotationDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlNotationDecl>(*this, static_cast<short>(depth));
 }
 
+// Unlike an external entity, a notation may name a public identifier alone.
+void CMarlNotationDecl::render(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return;
+  writeMarkup(out, L"<!NOTATION ");
+  writeMarkup(out, getName());
+  if (publicId.empty()) {
+    writeMarkup(out, L" SYSTEM ");
+    XMLOSManipQuoted(1).manipulate(out);
+    writeMarkup(out, systemId);
+  } else {
+    writeMarkup(out, L" PUBLIC ");
+    XMLOSManipQuoted(1).manipulate(out);
+    writeMarkup(out, publicId);
+    if (!systemId.empty()) {
+      writeMarkup(out, L" ");
+      XMLOSManipQuoted(1).manipulate(out);
+      writeMarkup(out, systemId);
+    }
+  }
+  writeMarkup(out, L">");
+  XMLOSManipEndl().manipulate(out);
+}
+
 std::wstring const& CMarlNotationDecl::getName() const {
   return isStale() ? *unknownAtom() : *name;
 }

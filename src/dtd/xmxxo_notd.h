@@ -21,6 +21,7 @@ class CMarlNotationDecl : public CMarlNode {
   MarlNode clone(int depth) const override;
   std::wstring const& getName() const override;
   unsigned int getType() const override;
+  void render(MarlOStream const& out, unsigned char deep) const override;
 
   Atom name;
   std::wstring systemId;

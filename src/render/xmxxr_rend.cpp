@@ -5,6 +5,66 @@
 #include "marl/factory.h"
 
 // ---------------------------------------------------------------------------------------
+// CMarlRenderer
+
+CMarlRenderer::CMarlRenderer(MarlOStream const& stream, MarlDocument const& target)
+    : document(target), oStream(stream) {
+  if (!document) throw std::invalid_argument("document");
+  if (!oStream) throw std::invalid_argument("oStream");
+}
+
+void* CMarlRenderer::_queryInterface(unsigned int id) {
+  return id == idRenderer || id == idUnknown ? this : nullptr;
+}
+
+unsigned int CMarlRenderer::_queryClass() const {
+  return idRenderer;
+}
+
+// What the stream fails to take is not reported: the text ends where the stream stopped.
+int CMarlRenderer::render() {
+  if (!document || !oStream) return MarlRenderer::rcNoDocumentOrStream;
+  oStream.setIgnoreEscaping(noEscaping);
+  document.render(oStream, 1);
+  oStream.flush();
+  return MarlRenderer::rcRendered;
+}
+
+unsigned char CMarlRenderer::setNormalizing(unsigned char value) {
+  normalizing = value;
+  oStream.setPrettyPrint(value);
+  return value;
+}
+
+// Reaches the stream only when rendering starts, so that one stream can serve renderers of
+// different settings.
+void CMarlRenderer::setNoEscaping(std::wstring const& characters) {
+  noEscaping = characters;
+}
+
+// ---------------------------------------------------------------------------------------
+// MarlRenderer
+
+MARL_DEFINE_HANDLE(MarlRenderer, CMarlRenderer, idRenderer)
+MARL_DEFINE_HANDLE_DESTRUCTOR(MarlRenderer)
+
+int MarlRenderer::render() const {
+  return m_p->render();
+}
+
+unsigned char MarlRenderer::setNormalizing(unsigned char normalizing) const {
+  return m_p->setNormalizing(normalizing);
+}
+
+unsigned char MarlRenderer::isNormalizing() const {
+  return m_p->isNormalizing();
+}
+
+void MarlRenderer::setNoEscaping(std::wstring const& characters) const {
+  m_p->setNoEscaping(characters);
+}
+
+// ---------------------------------------------------------------------------------------
 // CMarlTokenRenderer
 
 CMarlTokenRenderer::CMarlTokenRenderer(MarlOStream const& stream) : oStream(stream) {
@@ -75,6 +135,15 @@ void MarlTokenRenderer::setNoEscaping(std::wstring const& characters) const {
 
 // ---------------------------------------------------------------------------------------
 // Marl
+
+// Every failure, an empty argument as much as want of memory, gives an empty handle.
+MarlRenderer Marl::createRenderer(MarlOStream const& stream, MarlDocument const& document) const {
+  try {
+    return MarlRenderer(new CMarlRenderer(stream, document));
+  } catch (...) {
+    return MarlRenderer();
+  }
+}
 
 // Every failure, an empty stream as much as want of memory, gives an empty handle.
 MarlTokenRenderer Marl::createTokenRenderer(MarlOStream const& stream) const {

@@ -6,29 +6,14 @@
 #include "dom/xmxxo_elem.h"
 #include "marl/marl.h"
 #include "support/host_memory.h"
-#include "support/library_state.h"
+#include "support/document_fixture.h"
 
 namespace {
 
-class Comment : public FreshLibrary {
+class Comment : public DocumentTest {
  protected:
-  void SetUp() override {
-    FreshLibrary::SetUp();
-    marl = Marl::create();
-    document = marl.createDocument();
-  }
-  void TearDown() override {
-    document = static_cast<CMarlDocument const*>(nullptr);
-    marl = static_cast<CMarl const*>(nullptr);
-    FreshLibrary::TearDown();
-  }
 
-  static bool answers(MarlNode const& node, unsigned int id) {
-    return node._impl()->_queryInterface(id) != nullptr;
-  }
 
-  Marl marl;
-  MarlDocument document;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dom/lookup_fixture.h"
 #include "dom/xmxxo_elem.h"
 #include "marl/marl.h"
 #include "support/host_memory.h"
@@ -223,4 +224,263 @@ TEST_F(Document, ANodeOutlivingItsDocumentReadsNoOwner) {
   document = static_cast<CMarlDocument const*>(nullptr);
   EXPECT_FALSE(survivor.getOwnerDocument());
   EXPECT_TRUE(survivor.isRoot());
+}
+
+// ---------------------------------------------------------------------------------------
+// Lookups by path and by name
+
+namespace {
+
+// A document that each test furnishes with what it needs.
+using DocumentLookup = LookupTest;
+
+}  // namespace
+
+TEST_F(DocumentLookup, WithoutARootElementNothingIsFound) {
+  document.appendChild(document.createComment(L"c"), 0);
+  EXPECT_FALSE(document.findFromPath(L"*"));
+  EXPECT_FALSE(document.findFromPath(L"#comment"));
+  EXPECT_FALSE(document.findFromPathNS(L"*:*", L""));
+  EXPECT_FALSE(document.findFromName(L"*", L"*", 0));
+  EXPECT_FALSE(document.findFromNameNS(L"*", L"*", 0));
+}
+
+TEST_F(DocumentLookup, WithoutARootElementTheCollectionsAreEmptyButMade) {
+  MarlNodeCollection found = document.getElementsByTagName(L"r", L"", 0);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found.getLength(), 0u);
+  MarlNodeCollection foundNS = document.getElementsByTagNameNS(L"r", L"", 0);
+  ASSERT_TRUE(foundNS);
+  EXPECT_EQ(foundNS.getLength(), 0u);
+}
+
+TEST_F(DocumentLookup, AnEmptyPathASlashAndAParentStepFindNothing) {
+  add(L"a", add(L"r", document));
+  for (wchar_t const* path : {L"", L"/", L"..", L"/..", L"../r"}) {
+    EXPECT_FALSE(document.findFromPath(path)) << "path " << path;
+    EXPECT_FALSE(document.findFromPathNS(path, L"")) << "path " << path;
+  }
+}
+
+TEST_F(DocumentLookup, TheFirstStepNamesTheRootElement) {
+  MarlElement root = add(L"r", document);
+  MarlElement a = add(L"a", root);
+  EXPECT_TRUE(same(document.findFromPath(L"r"), root));
+  EXPECT_TRUE(same(document.findFromPath(L"/r"), root));
+  EXPECT_TRUE(same(document.findFromPath(L"/r/a"), a));
+  EXPECT_FALSE(document.findFromPath(L"a"));
+  EXPECT_FALSE(document.findFromPath(L"/x/a"));
+}
+
+TEST_F(DocumentLookup, ARootElementWithoutChildrenIsFoundByNoPath) {
+  MarlElement root = add(L"r", document);
+  EXPECT_FALSE(document.findFromPath(L"/r"));
+  EXPECT_FALSE(document.findFromPath(L"r"));
+  EXPECT_FALSE(document.findFromPath(L"*"));
+  EXPECT_TRUE(same(document.findFromName(L"r", L"", 0), root));
+}
+
+TEST_F(DocumentLookup, TheRootStepComparesThePrefix) {
+  MarlElement root = add(L"r", document, L"p");
+  add(L"a", root);
+  EXPECT_FALSE(document.findFromPath(L"r"));
+  EXPECT_TRUE(same(document.findFromPath(L"p:r"), root));
+  EXPECT_FALSE(document.findFromPath(L"*"));
+  EXPECT_TRUE(same(document.findFromPath(L"*:*"), root));
+  EXPECT_TRUE(same(document.findFromPath(L"p:*"), root));
+}
+
+TEST_F(DocumentLookup, TheNamedRootStepTakesAStarAtTheStartForAWildcard) {
+  MarlElement root = add(L"r", document);
+  add(L"a", root);
+  EXPECT_TRUE(same(document.findFromPath(L"*x"), root));
+  EXPECT_TRUE(same(document.findFromPath(L"*x/a"), root.getFirstChild()));
+}
+
+TEST_F(DocumentLookup, AWildcardFirstStepTriesEachElementChildOfTheDocument) {
+  document.appendChild(document.createComment(L"c"), 0);
+  MarlElement first = add(L"r1", document);
+  add(L"a", first);
+  MarlElement second = add(L"r2", document);
+  MarlElement b = add(L"b", second);
+  EXPECT_TRUE(same(document.findFromPath(L"*/b"), b));
+  EXPECT_TRUE(same(document.findFromPathNS(L"*/b", L""), b));
+  // A named step tests the root element, the first element child, alone.
+  EXPECT_FALSE(document.findFromPath(L"r2/b"));
+}
+
+TEST_F(DocumentLookup, ADoubleSlashAfterTheRootStepStartsAgainAtTheDocument) {
+  MarlElement root = add(L"r", document);
+  add(L"a", root);
+  EXPECT_FALSE(document.findFromPath(L"r//a"));
+  EXPECT_TRUE(same(document.findFromPath(L"r//r"), root));
+}
+
+TEST_F(DocumentLookup, ByURITheNamedFirstStepMayTakeAChildOfTheRoot) {
+  MarlElement root = add(L"r", document);
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  EXPECT_TRUE(same(document.findFromPathNS(L"a", L""), a));
+  EXPECT_TRUE(same(document.findFromPathNS(L"a/b", L""), b));
+  EXPECT_TRUE(same(document.findFromPathNS(L"r/a", L""), a));
+  EXPECT_FALSE(document.findFromPath(L"a"));
+  EXPECT_FALSE(document.findFromPathNS(L"b", L""));
+}
+
+TEST_F(DocumentLookup, ByURIAQuotedFirstStepMayHoldSlashes) {
+  MarlElement root = addNS(L"r", L"urn:x/y", document);
+  MarlElement a = add(L"a", root);
+  EXPECT_TRUE(same(document.findFromPathNS(L"\"urn:x/y:r\"/a", L""), a));
+  EXPECT_TRUE(same(document.findFromPathNS(L"/\"urn:x/y:r\"/a", L""), a));
+  EXPECT_FALSE(document.findFromPathNS(L"urn:x/y:r/a", L""));
+  EXPECT_TRUE(same(document.findFromPathNS(L"*:r/a", L""), a));
+}
+
+TEST_F(DocumentLookup, FindFromNameTakesTheRootByCompareNameWithWildcards) {
+  MarlElement root = add(L"r", document);
+  add(L"a", root);
+  EXPECT_TRUE(same(document.findFromName(L"*", L"", 0), root));
+  EXPECT_TRUE(same(document.findFromName(L"r", L"", 0), root));
+  EXPECT_TRUE(same(document.findFromName(L"*", L"*", 0), root));
+  // Below the root names are compared as they are.
+  EXPECT_FALSE(document.findFromName(L"*", L"q", 0));
+}
+
+TEST_F(DocumentLookup, FindFromNameWithStarMissesAPrefixedRoot) {
+  MarlElement root = add(L"r", document, L"p");
+  add(L"a", root);
+  EXPECT_FALSE(document.findFromName(L"*", L"", 0));
+  EXPECT_TRUE(same(document.findFromName(L"*", L"p", 0), root));
+}
+
+TEST_F(DocumentLookup, FindFromNameCountsTheDepthFromTheRoot) {
+  MarlElement root = add(L"r", document);
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  EXPECT_TRUE(same(document.findFromName(L"r", L"", 1), root));
+  EXPECT_TRUE(same(document.findFromName(L"a", L"", 1), a));
+  EXPECT_FALSE(document.findFromName(L"b", L"", 1));
+  EXPECT_TRUE(same(document.findFromName(L"b", L"", 2), b));
+  EXPECT_TRUE(same(document.findFromName(L"b", L"", 0), b));
+}
+
+TEST_F(DocumentLookup, FindFromNameNSComparesTheRootsURI) {
+  MarlElement root = addNS(L"r", L"urn:r", document);
+  MarlElement a = addNS(L"a", L"urn:a", root);
+  EXPECT_TRUE(same(document.findFromNameNS(L"r", L"urn:r", 0), root));
+  EXPECT_TRUE(same(document.findFromNameNS(L"*", L"*", 0), root));
+  // Only a star at the start makes a wildcard.
+  EXPECT_FALSE(document.findFromNameNS(L"*", L"urn:*", 0));
+  EXPECT_FALSE(document.findFromNameNS(L"r", L"", 0));
+  EXPECT_TRUE(same(document.findFromNameNS(L"a", L"urn:a", 0), a));
+  EXPECT_FALSE(document.findFromNameNS(L"a", L"*", 0));
+}
+
+TEST_F(DocumentLookup, GetElementsByTagNameOnTheDocumentHoldsTheRoot) {
+  MarlElement root = add(L"r", document);
+  MarlElement inner = add(L"r", root);
+  MarlNodeCollection found = document.getElementsByTagName(L"r", L"", 0);
+  ASSERT_EQ(found.getLength(), 2u);
+  EXPECT_TRUE(same(found.getItem(0), root));
+  EXPECT_TRUE(same(found.getItem(1), inner));
+  EXPECT_EQ(root.getElementsByTagName(L"r", L"", 0).getLength(), 1u);
+}
+
+TEST_F(DocumentLookup, GetElementsByTagNameCountsTheDepthFromTheRoot) {
+  MarlElement root = add(L"x", document);
+  MarlElement child = add(L"x", root);
+  add(L"x", child);
+  EXPECT_EQ(document.getElementsByTagName(L"x", L"", 1).getLength(), 2u);
+  EXPECT_EQ(document.getElementsByTagName(L"x", L"", 2).getLength(), 3u);
+  EXPECT_EQ(document.getElementsByTagName(L"x", L"", 0).getLength(), 3u);
+}
+
+TEST_F(DocumentLookup, GetElementsByTagNameGoesInDocumentOrderAndKnowsNoWildcards) {
+  MarlElement root = add(L"r", document);
+  MarlElement a = add(L"a", root);
+  add(L"b", a);
+  add(L"b", root);
+  add(L"b", a, L"p");
+  EXPECT_EQ(document.getElementsByTagName(L"b", L"", 0).getLength(), 2u);
+  EXPECT_TRUE(same(document.getElementsByTagName(L"b", L"", 0).getItem(0), a.getFirstChild()));
+  EXPECT_EQ(namesOf(document.getElementsByTagName(L"b", L"p", 0)), L"b");
+  EXPECT_EQ(document.getElementsByTagName(L"*", L"", 0).getLength(), 0u);
+}
+
+TEST_F(DocumentLookup, GetElementsByTagNameNSComparesTheURI) {
+  MarlElement root = addNS(L"a", L"urn:one", document);
+  addNS(L"a", L"urn:two", root);
+  addNS(L"a", L"urn:one", root);
+  EXPECT_EQ(document.getElementsByTagNameNS(L"a", L"urn:one", 0).getLength(), 2u);
+  EXPECT_EQ(document.getElementsByTagNameNS(L"a", L"urn:two", 0).getLength(), 1u);
+}
+
+TEST_F(DocumentLookup, MalformedPathsGiveTheirDocumentedAnswers) {
+  add(L"b", add(L"a", add(L"r", document)));
+  struct Case {
+    wchar_t const* path;
+    wchar_t const* found;
+    wchar_t const* foundByURI;
+  };
+  Case const cases[] = {
+      {L"\"", L"-", L"-"},          {L"\"r\"/a", L"-", L"a"},    {L":", L"-", L"-"},
+      {L":::", L"-", L"-"},         {L":r", L"r", L"r"},         {L"//", L"-", L"-"},
+      {L"///r", L"-", L"-"},        {L"*", L"r", L"r"},          {L"*:", L"-", L"-"},
+      {L"r/../r/a", L"a", L"a"},    {L"r:", L"-", L"-"},         {L"\"/\"", L"-", L"-"},
+      {L"r/a/b/../..", L"r", L"r"}, {L"r/a/../../..", L"-", L"-"}, {L"r\"", L"-", L"-"},
+  };
+  for (Case const& test : cases) {
+    EXPECT_EQ(nameOf(document.findFromPath(test.path)), test.found) << "path " << test.path;
+    EXPECT_EQ(nameOf(document.findFromPathNS(test.path, L"")), test.foundByURI)
+        << "path " << test.path;
+  }
+}
+
+TEST_F(DocumentLookup, LongPathsAndManyParentStepsNeedNoRecursion) {
+  MarlElement root = add(L"r", document);
+  add(L"k", add(L"k", root));
+  std::wstring path = L"r/" + repeated(L"*/../", 19999);
+  EXPECT_TRUE(same(document.findFromPath(path), root));
+  EXPECT_TRUE(same(document.findFromPathNS(path, L""), root));
+  EXPECT_FALSE(document.findFromPath(path + L"none"));
+  EXPECT_FALSE(document.findFromPath(L"r/k/" + repeated(L"../", 1000) + L"r"));
+  EXPECT_FALSE(document.findFromPath(std::wstring(100000, L'r')));
+  EXPECT_FALSE(document.findFromPathNS(std::wstring(100000, L'"'), L""));
+  EXPECT_TRUE(same(document.findFromPath(repeated(L"r/../", 20000) + L"r"), root));
+}
+
+TEST_F(DocumentLookup, NulCharactersAndSurrogatesAreOrdinaryCodeUnits) {
+  std::wstring withNul(L"r\0", 2);
+  MarlElement root = add(withNul, document);
+  MarlElement script = add(L"\xD835\xDC9C", root);
+  add(L"leaf", script);
+  EXPECT_TRUE(same(document.findFromPath(withNul), root));
+  EXPECT_FALSE(document.findFromPath(L"r"));
+  EXPECT_TRUE(same(document.findFromPath(withNul + L"/\xD835\xDC9C"), script));
+  EXPECT_FALSE(document.findFromPath(withNul + L"/\xDC9C"));
+  EXPECT_FALSE(document.findFromPathNS(L"\"\xD835", L""));
+}
+
+TEST_F(DocumentLookup, LookupsWithoutMemoryFindTheirAnswerOrNothingAndLeakNothing) {
+  MarlElement root = add(L"r", document);
+  add(L"x", add(L"a", root));
+  MarlElement c = add(L"c", add(L"a", root));
+  expectAnswerOrNothingWithoutMemory([&] { return document.findFromPath(L"/r/*/c"); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return document.findFromPathNS(L"*/*/c", L""); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return document.findFromName(L"c", L"", 0); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return document.findFromNameNS(L"c", L"", 0); }, c);
+  expectAllOrNothingWithoutMemory([&] { return document.getElementsByTagName(L"a", L"", 0); }, 2);
+  expectAllOrNothingWithoutMemory([&] { return document.getElementsByTagNameNS(L"a", L"", 0); },
+                                  2);
+}
+
+TEST_F(DocumentLookup, ACollectionThatCannotBeMadeIsAnEmptyHandle) {
+  add(L"r", document);
+  long before = testhost::outstandingBlocks();
+  {
+    testhost::AllocationFailure failure(0);
+    EXPECT_FALSE(document.getElementsByTagName(L"r", L"", 0));
+    EXPECT_FALSE(document.getElementsByTagNameNS(L"r", L"", 0));
+  }
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
 }

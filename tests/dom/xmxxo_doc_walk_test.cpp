@@ -7,22 +7,12 @@
 #include "dom/xmxxo_elem.h"
 #include "marl/marl.h"
 #include "support/host_memory.h"
-#include "support/library_state.h"
+#include "support/document_fixture.h"
 
 namespace {
 
-class DocumentWalks : public FreshLibrary {
+class DocumentWalks : public DocumentTest {
  protected:
-  void SetUp() override {
-    FreshLibrary::SetUp();
-    marl = Marl::create();
-    document = marl.createDocument();
-  }
-  void TearDown() override {
-    document = static_cast<CMarlDocument const*>(nullptr);
-    marl = static_cast<CMarl const*>(nullptr);
-    FreshLibrary::TearDown();
-  }
 
   MarlElement element(std::wstring const& name, MarlNode parent) {
     MarlElement made = document.createElement(name, L"");
@@ -39,8 +29,6 @@ class DocumentWalks : public FreshLibrary {
     return true;
   }
 
-  Marl marl;
-  MarlDocument document;
 };
 
 bool same(MarlNode const& x, MarlNode const& y) {

@@ -6,22 +6,12 @@
 #include "dom/xmxxo_elem.h"
 #include "marl/marl.h"
 #include "support/host_memory.h"
-#include "support/library_state.h"
+#include "support/document_fixture.h"
 
 namespace {
 
-class DocumentFragment : public FreshLibrary {
+class DocumentFragment : public DocumentTest {
  protected:
-  void SetUp() override {
-    FreshLibrary::SetUp();
-    marl = Marl::create();
-    document = marl.createDocument();
-  }
-  void TearDown() override {
-    document = static_cast<CMarlDocument const*>(nullptr);
-    marl = static_cast<CMarl const*>(nullptr);
-    FreshLibrary::TearDown();
-  }
 
   MarlElement element(std::wstring const& name) { return document.createElement(name, L""); }
 
@@ -46,12 +36,7 @@ class DocumentFragment : public FreshLibrary {
     return names;
   }
 
-  static bool answers(MarlNode const& node, unsigned int id) {
-    return node._impl()->_queryInterface(id) != nullptr;
-  }
 
-  Marl marl;
-  MarlDocument document;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dom/lookup_fixture.h"
 #include "dom/xmxxo_doc.h"
 #include "dom/xmxxo_nsc.h"
 #include "marl/marl.h"
@@ -355,4 +356,514 @@ TEST(StaleElement, ReadsTheUnknownNameAndNoNamespace) {
     EXPECT_EQ(element.getNamespaceURI(), L"");
   }
   endLibrary();
+}
+
+// ---------------------------------------------------------------------------------------
+// Lookups by path and by name
+
+namespace {
+
+// A document with a root element r, which each test furnishes with what it needs.
+class ElementLookup : public LookupTest {
+ protected:
+  void SetUp() override {
+    LookupTest::SetUp();
+    root = add(L"r", document);
+  }
+  void TearDown() override {
+    root = static_cast<CMarlElement const*>(nullptr);
+    LookupTest::TearDown();
+  }
+
+  MarlElement root;
+};
+
+}  // namespace
+
+TEST_F(ElementLookup, AnElementWithoutChildrenFindsNothingWhateverThePath) {
+  MarlElement leaf = add(L"leaf", root);
+  EXPECT_FALSE(leaf.findFromPath(L""));
+  EXPECT_FALSE(leaf.findFromPath(L".."));
+  EXPECT_FALSE(leaf.findFromPath(L"/a"));
+  EXPECT_FALSE(leaf.findFromPath(L"/r"));
+  EXPECT_FALSE(leaf.findFromPathNS(L"", L""));
+  EXPECT_FALSE(leaf.findFromPathNS(L"..", L""));
+  EXPECT_FALSE(leaf.findFromPathNS(L"/r", L""));
+}
+
+TEST_F(ElementLookup, AnEmptyPathLeadsToTheElementItselfWhenItHasChildren) {
+  root.appendChild(document.createText(L"t"), 0);
+  EXPECT_TRUE(same(root.findFromPath(L""), root));
+  EXPECT_TRUE(same(root.findFromPathNS(L"", L""), root));
+}
+
+TEST_F(ElementLookup, NamedStepsWalkDownFromChildToChild) {
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  MarlElement c = add(L"c", b);
+  EXPECT_TRUE(same(root.findFromPath(L"a"), a));
+  EXPECT_TRUE(same(root.findFromPath(L"a/b/c"), c));
+  EXPECT_FALSE(root.findFromPath(L"b"));
+  EXPECT_FALSE(root.findFromPath(L"a/c"));
+}
+
+TEST_F(ElementLookup, ATrailingSlashEndsThePathAtTheStepBeforeIt) {
+  MarlElement a = add(L"a", root);
+  EXPECT_TRUE(same(root.findFromPath(L"a/"), a));
+}
+
+TEST_F(ElementLookup, AnEmptyStepEndsThePathAndWhatFollowsIsNotRead) {
+  MarlElement a = add(L"a", root);
+  add(L"b", a);
+  EXPECT_TRUE(same(root.findFromPath(L"a//b"), a));
+  EXPECT_TRUE(same(root.findFromPath(L"a//nothing/at/all"), a));
+}
+
+TEST_F(ElementLookup, ANamedStepTakesTheFirstChildOfItsNameAndNoOther) {
+  MarlElement first = add(L"a", root);
+  add(L"x", first);
+  MarlElement second = add(L"a", root);
+  MarlElement b = add(L"b", second);
+  EXPECT_TRUE(same(root.findFromPath(L"a"), first));
+  EXPECT_FALSE(root.findFromPath(L"a/b"));
+  EXPECT_TRUE(same(root.findFromPath(L"*/b"), b));
+}
+
+TEST_F(ElementLookup, WildcardStepsBacktrackThroughSeveralLevels) {
+  MarlElement a1 = add(L"a", root);
+  add(L"x", add(L"b", a1));
+  MarlElement a2 = add(L"a", root);
+  MarlElement c = add(L"c", add(L"b", a2));
+  EXPECT_TRUE(same(root.findFromPath(L"*/*/c"), c));
+  EXPECT_TRUE(same(root.findFromPath(L"a/*/x").getParent(), a1.getFirstChild()));
+  EXPECT_FALSE(root.findFromPath(L"a/*/c"));
+}
+
+TEST_F(ElementLookup, AWildcardStepTakesOnlyChildrenThatHaveChildren) {
+  add(L"empty", root);
+  MarlElement full = add(L"full", root);
+  add(L"inner", full);
+  EXPECT_TRUE(same(root.findFromPath(L"*"), full));
+  EXPECT_TRUE(same(root.findFromPath(L"*/"), full));
+}
+
+TEST_F(ElementLookup, APrefixedStepNeedsThePrefix) {
+  MarlElement prefixed = add(L"x", root, L"p");
+  EXPECT_FALSE(root.findFromPath(L"x"));
+  EXPECT_TRUE(same(root.findFromPath(L"p:x"), prefixed));
+  EXPECT_FALSE(root.findFromPath(L"q:x"));
+}
+
+TEST_F(ElementLookup, StarAloneMatchesNoPrefixedChildButStarColonStarDoes) {
+  MarlElement prefixed = add(L"x", root, L"p");
+  add(L"inner", prefixed);
+  EXPECT_FALSE(root.findFromPath(L"*"));
+  EXPECT_TRUE(same(root.findFromPath(L"*:*"), prefixed));
+}
+
+TEST_F(ElementLookup, WildcardsStandForThePrefixOrTheName) {
+  MarlElement px = add(L"x", root, L"p");
+  add(L"inner", px);
+  MarlElement qy = add(L"y", root, L"q");
+  add(L"inner", qy);
+  MarlElement qx = add(L"x", root, L"q");
+  add(L"inner", qx);
+  EXPECT_TRUE(same(root.findFromPath(L"q:*"), qy));
+  EXPECT_TRUE(same(root.findFromPath(L"*:x"), px));
+  EXPECT_TRUE(same(root.findFromPath(L"*:y"), qy));
+  EXPECT_FALSE(root.findFromPath(L"r:*"));
+  EXPECT_FALSE(root.findFromPath(L"*:z"));
+}
+
+TEST_F(ElementLookup, AStarInsideAStepIsNoWildcard) {
+  add(L"inner", add(L"ax", root));
+  MarlElement literal = add(L"*x", root);
+  EXPECT_TRUE(same(root.findFromPath(L"*x"), literal));
+  EXPECT_FALSE(root.findFromPath(L"*x/inner"));
+}
+
+TEST_F(ElementLookup, TheParentStepGoesUpAmongElements) {
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  MarlElement c = add(L"c", root);
+  EXPECT_TRUE(same(root.findFromPath(L"a/../c"), c));
+  EXPECT_TRUE(same(root.findFromPath(L"a/b/../.."), root));
+  EXPECT_TRUE(same(a.findFromPath(L"b/.."), a));
+  EXPECT_TRUE(same(a.findFromPath(L"../c"), c));
+}
+
+TEST_F(ElementLookup, AParentStepAboveTheRootElementGoesOnFromTheDocument) {
+  MarlElement a = add(L"a", root);
+  EXPECT_TRUE(same(root.findFromPath(L"../r"), root));
+  EXPECT_TRUE(same(root.findFromPath(L"../r/a"), a));
+  EXPECT_FALSE(root.findFromPath(L"../x"));
+  EXPECT_FALSE(root.findFromPath(L".."));
+  EXPECT_FALSE(root.findFromPath(L"../.."));
+}
+
+TEST_F(ElementLookup, ParentStepsClimbToTheDocumentAndNoFurther) {
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  MarlElement c = add(L"c", b);
+  add(L"d", c);
+  EXPECT_TRUE(same(c.findFromPath(L"../../../../r/a"), a));
+  EXPECT_FALSE(c.findFromPath(L"../../../r/a"));
+  EXPECT_FALSE(c.findFromPath(L"../../../../../r"));
+}
+
+TEST_F(ElementLookup, ALeadingSlashStartsAtTheDocument) {
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  EXPECT_TRUE(same(a.findFromPath(L"/r/a/b"), b));
+  EXPECT_TRUE(same(a.findFromPath(L"/r"), root));
+  EXPECT_FALSE(a.findFromPath(L"/a"));
+}
+
+TEST_F(ElementLookup, AnElementOutsideADocumentHasNothingAboveItsTop) {
+  MarlElement loose = document.createElement(L"loose", L"");
+  MarlElement inner = add(L"inner", loose);
+  EXPECT_TRUE(same(loose.findFromPath(L"inner"), inner));
+  EXPECT_FALSE(loose.findFromPath(L"/loose"));
+  EXPECT_FALSE(loose.findFromPath(L"../loose"));
+  EXPECT_FALSE(loose.findFromPathNS(L"/loose", L""));
+  EXPECT_FALSE(loose.findFromPathNS(L"../loose", L""));
+}
+
+TEST_F(ElementLookup, StepsByURISplitAtTheLastColon) {
+  MarlElement a = addNS(L"a", L"urn:one", root);
+  MarlElement b = addNS(L"b", L"", a);
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:one:a", L""), a));
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:one:a/b", L""), b));
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:one:a/:b", L""), b));
+  EXPECT_FALSE(root.findFromPathNS(L"a", L""));
+  EXPECT_FALSE(root.findFromPathNS(L"urn:a", L""));
+}
+
+TEST_F(ElementLookup, AQuotedStepKeepsItsSlashesWhereAnUnquotedOneIsCut) {
+  MarlElement a = addNS(L"a", L"urn:x/y", root);
+  MarlElement b = add(L"b", a);
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"urn:x/y:a\"/b", L""), b));
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"urn:x/y:a\"", L""), a));
+  EXPECT_FALSE(root.findFromPathNS(L"urn:x/y:a/b", L""));
+}
+
+TEST_F(ElementLookup, AQuotedStepWithoutClosingMarkRunsToTheEnd) {
+  MarlElement a = addNS(L"a", L"urn:x/y", root);
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"urn:x/y:a", L""), a));
+}
+
+TEST_F(ElementLookup, WithoutSlashAfterTheClosingMarkTheRestStartsRightThere) {
+  MarlElement a = addNS(L"a", L"urn:x/y", root);
+  MarlElement b = add(L"b", a);
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"urn:x/y:a\"b", L""), b));
+}
+
+TEST_F(ElementLookup, AnEmptyQuotedStepEndsThePath) {
+  MarlElement a = addNS(L"a", L"urn:x/y", root);
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"\"", L""), root));
+  EXPECT_TRUE(same(root.findFromPathNS(L"\"urn:x/y:a\"/\"\"/nothing", L""), a));
+}
+
+TEST_F(ElementLookup, WildcardStepsByURIMatchTheNamespace) {
+  MarlElement one = addNS(L"a", L"urn:one", root);
+  add(L"inner", one);
+  MarlElement two = addNS(L"b", L"urn:two", root);
+  add(L"inner", two);
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:two:*", L""), two));
+  EXPECT_TRUE(same(root.findFromPathNS(L"*:b", L""), two));
+  EXPECT_TRUE(same(root.findFromPathNS(L"*:*", L""), one));
+  // "*" alone asks for no namespace, which neither child has.
+  EXPECT_FALSE(root.findFromPathNS(L"*", L""));
+}
+
+TEST_F(ElementLookup, APrefixIsNoURIInStepsByURI) {
+  MarlElement prefixed = add(L"x", root, L"p");
+  EXPECT_TRUE(same(root.findFromPath(L"p:x"), prefixed));
+  EXPECT_FALSE(root.findFromPathNS(L"p:x", L""));
+}
+
+TEST_F(ElementLookup, StepsByURIGoOnFromTheDocumentInTheirOwnForm) {
+  MarlElement a = add(L"a", root);
+  add(L"b", a);
+  EXPECT_TRUE(same(root.findFromPathNS(L"../r", L""), root));
+  // The document's named first step by URI may take a child of the root.
+  EXPECT_TRUE(same(root.findFromPathNS(L"/a", L""), a));
+  EXPECT_FALSE(root.findFromPath(L"/a"));
+}
+
+TEST_F(ElementLookup, TheReservedArgumentChangesNothing) {
+  MarlElement a = addNS(L"a", L"urn:one", root);
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:one:a", L"anything"), a));
+  EXPECT_TRUE(same(root.findFromPathNS(L"urn:one:a", L"\"/.."), a));
+}
+
+TEST_F(ElementLookup, FindFromNameSearchesToTheGivenDepth) {
+  MarlElement a = add(L"a", root);
+  MarlElement b = add(L"b", a);
+  MarlElement c = add(L"c", b);
+  EXPECT_TRUE(same(root.findFromName(L"a", L"", 1), a));
+  EXPECT_FALSE(root.findFromName(L"b", L"", 1));
+  EXPECT_TRUE(same(root.findFromName(L"b", L"", 2), b));
+  EXPECT_FALSE(root.findFromName(L"c", L"", 2));
+  EXPECT_TRUE(same(root.findFromName(L"c", L"", 3), c));
+  EXPECT_TRUE(same(root.findFromName(L"c", L"", 0), c));
+}
+
+TEST_F(ElementLookup, FindFromNameGoesDepthFirstInDocumentOrder) {
+  MarlElement first = add(L"a", root);
+  MarlElement deep = add(L"x", add(L"y", first));
+  add(L"x", root);
+  EXPECT_TRUE(same(root.findFromName(L"x", L"", 0), deep));
+  EXPECT_FALSE(same(root.findFromName(L"x", L"", 1), deep));
+}
+
+TEST_F(ElementLookup, FindFromNameNeverTakesTheElementItself) {
+  add(L"a", root);
+  EXPECT_FALSE(root.findFromName(L"r", L"", 0));
+  MarlElement inner = add(L"r", root.getFirstChild());
+  EXPECT_TRUE(same(root.findFromName(L"r", L"", 0), inner));
+}
+
+TEST_F(ElementLookup, FindFromNameComparesThePrefixToo) {
+  add(L"x", root);
+  MarlElement prefixed = add(L"x", root, L"p");
+  EXPECT_TRUE(same(root.findFromName(L"x", L"p", 0), prefixed));
+  EXPECT_FALSE(root.findFromName(L"x", L"q", 0));
+}
+
+TEST_F(ElementLookup, FindFromNameKnowsNoWildcards) {
+  add(L"a", root);
+  EXPECT_FALSE(root.findFromName(L"*", L"", 0));
+  MarlElement literal = add(L"*", root);
+  EXPECT_TRUE(same(root.findFromName(L"*", L"", 0), literal));
+}
+
+TEST_F(ElementLookup, FindFromNameNSComparesTheURI) {
+  addNS(L"a", L"urn:one", root);
+  MarlElement two = addNS(L"a", L"urn:two", root);
+  EXPECT_TRUE(same(root.findFromNameNS(L"a", L"urn:two", 0), two));
+  EXPECT_FALSE(root.findFromNameNS(L"a", L"", 0));
+  EXPECT_FALSE(root.findFromNameNS(L"a", L"urn:three", 0));
+}
+
+TEST_F(ElementLookup, FindFromNameNSSeesTheURIOfABoundPrefix) {
+  root.setAttributeNode(document.createNamespaceDecl(L"p", L"xmlns", L"urn:p"));
+  MarlElement prefixed = add(L"x", root, L"p");
+  EXPECT_TRUE(same(root.findFromNameNS(L"x", L"urn:p", 0), prefixed));
+}
+
+TEST_F(ElementLookup, FindFromRegisteredNameComparesAtomsNotText) {
+  MarlElement a = add(L"a", root);
+  std::wstring const& atom = a.getName();
+  std::wstring const& none = *CMarlBase::instance().emptyAtom;
+  std::wstring copy = L"a";
+  EXPECT_TRUE(same(root._impl()->findFromRegisteredName(atom, none, 0), a));
+  EXPECT_FALSE(root._impl()->findFromRegisteredName(copy, none, 0));
+  EXPECT_TRUE(same(root._impl()->findFromRegisteredNameNS(atom, none, 1), a));
+}
+
+TEST_F(ElementLookup, TheSubtreesOfOtherKindsAreSearchedByTheCollectionsOnly) {
+  MarlEntityRef reference = document.createEntityRef(L"e");
+  root.appendChild(reference, 0);
+  MarlElement hidden = add(L"h", reference);
+  EXPECT_FALSE(root.findFromName(L"h", L"", 0));
+  MarlNodeCollection found = root.getElementsByTagName(L"h", L"", 0);
+  ASSERT_EQ(found.getLength(), 1u);
+  EXPECT_TRUE(same(found.getItem(0), hidden));
+}
+
+TEST_F(ElementLookup, GetElementsByTagNameCollectsInDocumentOrderWithoutTheElement) {
+  MarlElement a = add(L"a", root);
+  MarlElement deep = add(L"r", a);
+  add(L"b", root);
+  MarlElement last = add(L"r", root);
+  MarlNodeCollection found = root.getElementsByTagName(L"r", L"", 0);
+  ASSERT_EQ(found.getLength(), 2u);
+  EXPECT_TRUE(same(found.getItem(0), deep));
+  EXPECT_TRUE(same(found.getItem(1), last));
+}
+
+TEST_F(ElementLookup, GetElementsByTagNameOfTheRootElementLeavesTheRootOut) {
+  add(L"a", root);
+  MarlNodeCollection found = root.getElementsByTagName(L"r", L"", 0);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found.getLength(), 0u);
+}
+
+TEST_F(ElementLookup, GetElementsByTagNameCountsDepthAsTheIteratorDoes) {
+  MarlElement a = add(L"x", root);
+  add(L"x", a);
+  add(L"x", a.getFirstChild());
+  EXPECT_EQ(root.getElementsByTagName(L"x", L"", 1).getLength(), 1u);
+  EXPECT_EQ(root.getElementsByTagName(L"x", L"", 2).getLength(), 2u);
+  EXPECT_EQ(root.getElementsByTagName(L"x", L"", 0).getLength(), 3u);
+}
+
+TEST_F(ElementLookup, GetElementsByTagNameComparesThePrefixAndKnowsNoWildcards) {
+  add(L"x", root, L"p");
+  add(L"x", root);
+  add(L"y", root, L"p");
+  EXPECT_EQ(namesOf(root.getElementsByTagName(L"x", L"p", 0)), L"x");
+  EXPECT_EQ(root.getElementsByTagName(L"x", L"", 0).getLength(), 1u);
+  EXPECT_EQ(root.getElementsByTagName(L"*", L"p", 0).getLength(), 0u);
+  EXPECT_EQ(root.getElementsByTagName(L"*", L"*", 0).getLength(), 0u);
+}
+
+TEST_F(ElementLookup, GetElementsByTagNameNSComparesTheURI) {
+  addNS(L"a", L"urn:one", root);
+  addNS(L"a", L"urn:two", root);
+  addNS(L"a", L"urn:one", root.getLastChild());
+  EXPECT_EQ(root.getElementsByTagNameNS(L"a", L"urn:one", 0).getLength(), 2u);
+  EXPECT_EQ(root.getElementsByTagNameNS(L"a", L"urn:two", 0).getLength(), 1u);
+  EXPECT_EQ(root.getElementsByTagNameNS(L"a", L"", 0).getLength(), 0u);
+}
+
+TEST_F(ElementLookup, NothingFoundGivesAnEmptyCollectionNotAnEmptyHandle) {
+  MarlNodeCollection found = root.getElementsByTagName(L"none", L"", 0);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found.getLength(), 0u);
+  MarlNodeCollection foundNS = root.getElementsByTagNameNS(L"none", L"urn:x", 0);
+  ASSERT_TRUE(foundNS);
+  EXPECT_EQ(foundNS.getLength(), 0u);
+}
+
+TEST_F(ElementLookup, ACollectionIsASnapshot) {
+  MarlElement a = add(L"a", root);
+  MarlNodeCollection found = root.getElementsByTagName(L"a", L"", 0);
+  add(L"a", root);
+  a.removeNode();
+  ASSERT_EQ(found.getLength(), 1u);
+  EXPECT_TRUE(same(found.getItem(0), a));
+}
+
+// Every kind of malformed path gives its documented answer, which is mostly none, and neither
+// fails nor throws.
+TEST_F(ElementLookup, MalformedPathsGiveTheirDocumentedAnswersByPrefix) {
+  MarlElement a = add(L"a", root);
+  add(L"b", a);
+  struct Case {
+    wchar_t const* path;
+    wchar_t const* found;
+  };
+  Case const cases[] = {
+      {L"\"", L"-"},    {L"\"abc", L"-"},  {L"a\"b", L"-"}, {L"\"\"", L"-"},  {L":", L"-"},
+      {L":::", L"-"},   {L"//", L"-"},     {L"/..", L"-"},  {L"/", L"-"},     {L"..", L"-"},
+      {L"a:", L"-"},    {L"*:", L"-"},     {L"a/:", L"-"},  {L"/*/", L"r"},   {L":a", L"a"},
+      {L":*", L"a"},    {L"a/..", L"r"},   {L"a/b/", L"b"}, {L"a/b/..", L"a"}, {L"..:..", L"-"},
+      {L"/:r", L"r"},   {L"*/*", L"-"},    {L"a/*", L"-"},  {L"./a", L"-"},   {L" a", L"-"},
+  };
+  for (Case const& test : cases)
+    EXPECT_EQ(nameOf(root.findFromPath(test.path)), test.found) << "path " << test.path;
+}
+
+TEST_F(ElementLookup, MalformedPathsGiveTheirDocumentedAnswersByURI) {
+  MarlElement a = add(L"a", root);
+  add(L"b", a);
+  struct Case {
+    wchar_t const* path;
+    wchar_t const* found;
+  };
+  Case const cases[] = {
+      {L"\"", L"r"},       {L"\"\"\"", L"r"},   {L"\"abc", L"-"},  {L"a\"b", L"-"},
+      {L":", L"-"},        {L":::", L"-"},      {L"::a", L"-"},    {L":a", L"a"},
+      {L"//", L"-"},       {L"/..", L"-"},      {L"/", L"-"},      {L"\"/\"", L"-"},
+      {L"a/\"", L"a"},     {L"\"a\"/\"b\"", L"b"}, {L"\"a/b\"", L"-"}, {L"*:", L"-"},
+      {L"/\"r\"/a", L"a"}, {L"\"..\"", L"-"},   {L"a/\"..\"", L"r"},
+  };
+  for (Case const& test : cases)
+    EXPECT_EQ(nameOf(root.findFromPathNS(test.path, L"")), test.found) << "path " << test.path;
+}
+
+TEST_F(ElementLookup, APathOfAHundredThousandCharactersIsHandledWithoutRecursion) {
+  add(L"k", add(L"k", root));
+  // Twenty thousand wildcard steps, each with its way back up, and nothing after the last.
+  std::wstring path = repeated(L"*/../", 20000);
+  ASSERT_EQ(path.size(), 100000u);
+  EXPECT_TRUE(same(root.findFromPath(path), root));
+  EXPECT_TRUE(same(root.findFromPathNS(path, L""), root));
+  EXPECT_FALSE(root.findFromPath(path + L"none"));
+  EXPECT_FALSE(root.findFromPath(std::wstring(100000, L'k')));
+  EXPECT_FALSE(root.findFromPathNS(L"\"" + std::wstring(100000, L'/'), L""));
+  EXPECT_FALSE(root.findFromPath(std::wstring(100000, L'/')));
+  EXPECT_FALSE(root.findFromPath(std::wstring(100000, L':')));
+  // A quotation mark opens an empty step, which ends the path.
+  EXPECT_TRUE(same(root.findFromPathNS(std::wstring(100000, L'"'), L""), root));
+}
+
+TEST_F(ElementLookup, ABranchThatFailedIsNotTriedAgain) {
+  for (int i = 0; i < 4; ++i) add(L"inner", add(L"k" + std::to_wstring(i), root));
+  // Tried blindly, four candidates at each of sixty wildcard steps would take 4^60 branches.
+  std::wstring path = repeated(L"*/../", 60);
+  EXPECT_FALSE(root.findFromPath(path + L"none"));
+  EXPECT_EQ(nameOf(root.findFromPath(path + L"k3")), L"k3");
+  EXPECT_FALSE(root.findFromPathNS(path + L"none", L""));
+}
+
+TEST_F(ElementLookup, AThousandParentStepsEndAtTheDocument) {
+  MarlElement deep = add(L"c", add(L"b", add(L"a", root)));
+  add(L"d", deep);
+  EXPECT_FALSE(deep.findFromPath(repeated(L"../", 1000)));
+  EXPECT_FALSE(deep.findFromPath(repeated(L"../", 1000) + L"r"));
+  EXPECT_FALSE(deep.findFromPathNS(repeated(L"../", 1000) + L"r", L""));
+  EXPECT_FALSE(deep.findFromPath(repeated(L"..", 1000)));
+}
+
+TEST_F(ElementLookup, ANulCharacterIsAnOrdinaryPartOfAStep) {
+  std::wstring withNul(L"x\0y", 3);
+  MarlElement odd = add(withNul, root);
+  EXPECT_TRUE(same(root.findFromPath(withNul), odd));
+  EXPECT_FALSE(root.findFromPath(L"x"));
+  EXPECT_FALSE(root.findFromPath(std::wstring(L"\0", 1)));
+  EXPECT_FALSE(root.findFromPathNS(std::wstring(L"\"\0", 2), L""));
+}
+
+TEST_F(ElementLookup, SurrogatesAreOrdinaryCodeUnitsOfAStep) {
+  std::wstring script = L"\xD835\xDC9C";
+  MarlElement odd = add(script, root);
+  addNS(L"n", L"urn:\xD83D\xDE00", root);
+  EXPECT_TRUE(same(root.findFromPath(script), odd));
+  EXPECT_FALSE(root.findFromPath(L"\xD835"));
+  EXPECT_FALSE(root.findFromPath(L"\xDC9C\xD835"));
+  EXPECT_EQ(nameOf(root.findFromPathNS(L"urn:\xD83D\xDE00:n", L"")), L"n");
+  EXPECT_FALSE(root.findFromPathNS(L"urn:\xD83D:n", L""));
+}
+
+TEST_F(ElementLookup, LookupsLeaveNoBlockBehind) {
+  MarlElement a = add(L"a", root);
+  add(L"x", add(L"b", a));
+  MarlElement a2 = add(L"a", root);
+  add(L"c", add(L"b", a2));
+  auto lookUpAll = [&] {
+    root.findFromPath(L"*/*/c");
+    root.findFromPathNS(L"*:*/*/none", L"");
+    root.findFromName(L"c", L"", 0);
+    root.getElementsByTagName(L"b", L"", 0);
+    root.findFromPath(repeated(L"*/../", 30) + L"none");
+  };
+  lookUpAll();
+  long before = testhost::outstandingBlocks();
+  lookUpAll();
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
+}
+
+TEST_F(ElementLookup, APathLookupWithoutMemoryFindsItsAnswerOrNothing) {
+  MarlElement a1 = add(L"a", root);
+  add(L"x", add(L"b", a1));
+  MarlElement a2 = add(L"a", root);
+  MarlElement c = add(L"c", add(L"b", a2));
+  expectAnswerOrNothingWithoutMemory([&] { return root.findFromPath(L"*/*/c"); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return root.findFromPathNS(L"*/*/c", L""); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return root.findFromPath(L"a/../*/b/c"); }, c);
+}
+
+TEST_F(ElementLookup, ANameLookupWithoutMemoryFindsItsAnswerOrNothing) {
+  MarlElement c = add(L"c", add(L"b", root));
+  expectAnswerOrNothingWithoutMemory([&] { return root.findFromName(L"c", L"", 0); }, c);
+  expectAnswerOrNothingWithoutMemory([&] { return root.findFromNameNS(L"c", L"", 0); }, c);
+}
+
+TEST_F(ElementLookup, ACollectionWithoutMemoryIsAnEmptyHandleNeverAPartOfTheAnswer) {
+  for (int i = 0; i < 20; ++i) add(L"x", root);
+  expectAllOrNothingWithoutMemory([&] { return root.getElementsByTagName(L"x", L"", 0); }, 20);
+  expectAllOrNothingWithoutMemory([&] { return root.getElementsByTagNameNS(L"x", L"", 0); }, 20);
 }

@@ -162,3 +162,41 @@ TEST_F(ContentParticle, ACloneThatRunsOutOfMemoryIsEmptyAndLeaksNothing) {
   sequence.addContentParticle(leaf(L"b"));
   expectEmptyAndNoLeakOnEveryFailure([&] { return sequence.clone(-1); });
 }
+
+TEST_F(ContentParticle, GetContentParticleGivesTheMemberAtAnIndex) {
+  MarlContentParticle choice = group(MarlContentParticle::GROUP_CHOICE);
+  choice.addContentParticle(leaf(L"a"));
+  choice.addContentParticle(leaf(L"b"));
+  choice.addContentParticle(leaf(L"c"));
+  EXPECT_EQ(choice.getContentParticle(0).getName(), L"a");
+  EXPECT_EQ(choice.getContentParticle(2).getName(), L"c");
+  EXPECT_EQ(choice.getContentParticle(1).getName(), L"b");
+}
+
+TEST_F(ContentParticle, GetContentParticleBeyondTheMembersIsEmpty) {
+  MarlContentParticle sequence = group(MarlContentParticle::GROUP_SEQUENCE);
+  EXPECT_FALSE(sequence.getContentParticle(0));
+  sequence.addContentParticle(leaf(L"a"));
+  EXPECT_FALSE(sequence.getContentParticle(1));
+  EXPECT_FALSE(leaf(L"x").getContentParticle(0));
+}
+
+TEST_F(ContentParticle, GetContentParticleOfAChildThatIsNoParticleIsEmpty) {
+  MarlContentParticle sequence = group(MarlContentParticle::GROUP_SEQUENCE);
+  ASSERT_EQ(sequence.appendChild(document.createComment(L"c"), 0), MarlNode::rcOK);
+  EXPECT_FALSE(sequence.getContentParticle(0));
+}
+
+TEST_F(ContentParticle, AnElementDeclGivesItsTopGroupAsParticleZero) {
+  MarlElementDecl declaration = type.createElementDecl(L"e", L"");
+  MarlContentParticle top = group(MarlContentParticle::GROUP_SEQUENCE);
+  declaration.addContentParticle(top);
+  EXPECT_EQ(static_cast<CUnknown*>(declaration.getContentParticle(0)),
+            static_cast<CUnknown*>(top));
+}
+
+TEST_F(ContentParticle, GetContentParticleWithoutMemoryIsEmptyAndLeaksNothing) {
+  MarlContentParticle sequence = group(MarlContentParticle::GROUP_SEQUENCE);
+  sequence.addContentParticle(leaf(L"a"));
+  expectEmptyAndNoLeakOnEveryFailure([&] { return sequence.getContentParticle(0); });
+}

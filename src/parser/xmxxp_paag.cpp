@@ -1,0 +1,1055 @@
+#include "parser/xmxxp_paag.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <new>
+
+#include "dom/xmxxo_attr.h"
+#include "dom/xmxxo_elem.h"
+#include "dtd/xmxxo_doct.h"
+#include "dtd/xmxxu_atdf.h"
+#include "dtd/xmxxu_strp.h"
+#include "text/xmxxs_char.h"
+#include "text/xmxxu_enco.h"
+#include "text/xmxxu_stri.h"
+
+namespace {
+
+using Token = CToken::TokenID;
+using Severity = MarlParseError::Severity;
+
+constexpr Severity c_warning = MarlParseError::SEVERITY_WARNING;
+constexpr Severity c_error = MarlParseError::SEVERITY_ERROR;
+constexpr Severity c_fatal = MarlParseError::SEVERITY_FATAL;
+
+// Event kinds, as the event interfaces number them.
+enum EventType : unsigned int {
+  eventDocumentPre = 0x1,
+  eventDocumentPost = 0x2,
+  eventAttributePost = 0x8,
+  eventElementPre = 0x10,
+  eventElementPre2 = 0x20,
+  eventElementPost = 0x40,
+  eventTextPost = 0x100,
+  eventCommentPost = 0x400,
+  eventPIUnparsedPre = 0x800,
+  eventPIUnparsedPost = 0x1000,
+  eventPIParsedPre = 0x2000,
+  eventPIParsedPost = 0x4000,
+  eventCDATAPost = 0x10000,
+  eventEntityRefPre = 0x80000,
+  eventEntityRefPost = 0x100000,
+};
+
+// The value type CDATA of an attribute declaration.
+constexpr unsigned int c_typeCDATA = 1;
+
+inline bool isSpace(wchar_t c) noexcept {
+  return (CCharClass::c_fClass[static_cast<std::uint16_t>(c)] & CCharClass::fSpace) != 0;
+}
+
+bool isWhiteSpaceOnly(wchar_t const* text, std::size_t length) noexcept {
+  return std::all_of(text, text + length, isSpace);
+}
+
+bool isWhiteSpaceOnly(std::wstring const& text) noexcept {
+  return isWhiteSpaceOnly(text.data(), text.size());
+}
+
+inline bool isAsciiLetter(wchar_t c) noexcept {
+  return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
+}
+
+inline bool isAsciiDigit(wchar_t c) noexcept {
+  return c >= L'0' && c <= L'9';
+}
+
+bool isUtf16Name(std::wstring const& name) {
+  return name == L"utf-16" || name == L"utf-16be" || name == L"utf-16le";
+}
+
+// The document's creators answer an empty handle when memory runs out; for the parser that is
+// the internal failure it reports.
+template <class Handle>
+Handle required(Handle handle) {
+  if (!handle) throw std::bad_alloc();
+  return handle;
+}
+
+// Mutators answer rcNoNode when they could not make what they need.
+void requireDone(unsigned int result) {
+  if (result == MarlNode::rcNoNode) throw std::bad_alloc();
+}
+
+MarlEncoding createEncoding(std::wstring const& name, MarlEncoding::ByteOrder byteOrder) {
+  return required(MarlEncoding(new CMarlEncoding(name, byteOrder)));
+}
+
+bool isBound(MarlNamespaceContext const& context, std::wstring const& prefix) {
+  for (unsigned int index = 0; index < context.numBindings(); ++index)
+    if (context.getBindingPrefix(index) == prefix) return true;
+  return false;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgent: the helpers
+
+CMarlParseAgent::CMarlParseAgent(CMarlParser* owner) noexcept
+    : parser(owner),
+      scanner(owner->scanner),
+      document(&owner->document),
+      lastTokenValid(0),
+      lastOffset(0),
+      lastLine(0),
+      lastColumn(0) {}
+
+CMarlParseAgent::~CMarlParseAgent() = default;
+
+std::wstring CMarlParseAgent::tokenText() const {
+  CToken const& token = scanner->token;
+  return token.text ? std::wstring(token.text, token.length) : std::wstring();
+}
+
+void CMarlParseAgent::report(Severity severity, unsigned int number, wchar_t const* format,
+                             wchar_t const* first, wchar_t const* second) {
+  parser->addError(severity, number, format, first, second);
+}
+
+void CMarlParseAgent::accept() {
+  CToken const& token = scanner->token;
+  lastOffset = token.offset;
+  lastLine = token.line;
+  lastColumn = token.column;
+  lastTokenValid = 1;
+  ++*scanner;
+}
+
+// Only the final end of input has no text, so the test for TOK_EOF against the expected kind
+// is never true there: an end of input that was not expected reads as an empty symbol.
+void CMarlParseAgent::accept(Token id) {
+  CToken const& token = scanner->token;
+  if (token.id != id) {
+    if (!token.text) {
+      if (id == CToken::TOK_EOF)
+        report(c_error, 3000, L"unexpected end-of-file");
+      else
+        report(c_error, 3000, L"unexpected symbol: '%s'", L"");
+    } else {
+      report(c_error, 3000, L"unexpected symbol: '%s'", tokenText().c_str());
+    }
+  }
+  accept();
+}
+
+unsigned char CMarlParseAgent::acceptName(wchar_t const* name, unsigned int length,
+                                          unsigned char mustMatch) {
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_NAME) {
+    if (token.compare(name, length) == 0) {
+      accept();
+      return 1;
+    }
+    if (mustMatch)
+      report(c_error, 3021, L"unexpected name '%s'; expected '%s'", tokenText().c_str(), name);
+    return 0;
+  }
+  if (mustMatch) report(c_error, 3020, L"unexpected symbol: '%s'; name expected", tokenText().c_str());
+  return 0;
+}
+
+void CMarlParseAgent::parseName(std::wstring& out) {
+  CToken const& token = scanner->token;
+  if (token.id != CToken::TOK_NAME && token.id != CToken::TOK_QNAME) {
+    out.clear();
+    accept(CToken::TOK_NAME);
+    return;
+  }
+  out.assign(token.text, token.length);
+  accept();
+}
+
+void CMarlParseAgent::parseQName(std::wstring& name, std::wstring& prefix) {
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_NAME) {
+    prefix.clear();
+    name.assign(token.text, token.length);
+  } else if (token.id == CToken::TOK_QNAME) {
+    std::size_t const prefixLength = static_cast<std::size_t>(token.colon - token.text);
+    prefix.assign(token.text, prefixLength);
+    name.assign(token.colon + 1, token.length - prefixLength - 1);
+  } else {
+    name.clear();
+    prefix.clear();
+    accept(CToken::TOK_NAME);
+    return;
+  }
+  accept();
+}
+
+void CMarlParseAgent::parseNmToken(std::wstring& out) {
+  CToken const& token = scanner->token;
+  if (token.id != CToken::TOK_NMTOKEN && token.id != CToken::TOK_NAME &&
+      token.id != CToken::TOK_QNAME) {
+    out.clear();
+    accept(CToken::TOK_NMTOKEN);
+    return;
+  }
+  out.assign(token.text, token.length);
+  accept();
+}
+
+// Nothing is expanded in such a literal, which is why versions, encoding names and identifiers
+// never see a reference.
+void CMarlParseAgent::parseLiteral(std::wstring& out) {
+  CToken const& token = scanner->token;
+  if (token.id != CToken::TOK_SQ_OPEN && token.id != CToken::TOK_DQ_OPEN) {
+    if (parser->mode == 1 && (token.id == CToken::TOK_LITERAL || token.id == CToken::TOK_NAME)) {
+      out.assign(token.text, token.length);
+      accept();
+      return;
+    }
+    report(c_error, 3005, L"literal delimited by \" or ' expected");
+    return;
+  }
+  std::uint32_t const savedFlags = scanner->literalFlags;
+  scanner->literalFlags = 0;
+  accept();
+  out.clear();
+  while (token.id == CToken::TOK_LITERAL) {
+    out.append(token.text, token.length);
+    accept();
+  }
+  if (token.id != CToken::TOK_SQ_CLOSE && token.id != CToken::TOK_DQ_CLOSE)
+    report(c_error, 3006, L"invalid symbol '%s' in literal '%s'", tokenText().c_str(), out.c_str());
+  scanner->literalFlags = parser->mode == 2 ? 0 : savedFlags;
+  accept();
+}
+
+void CMarlParseAgent::parseVersion(std::wstring& out) {
+  parseLiteral(out);
+  for (wchar_t c : out)
+    if (!isAsciiLetter(c) && !isAsciiDigit(c) && c != L'_' && c != L'.' && c != L':' && c != L'-')
+      report(c_error, 3006, L"invalid xml version num: %s", out.c_str());
+}
+
+void CMarlParseAgent::parseEncName(std::wstring& out) {
+  parseLiteral(out);
+  bool valid = !out.empty() && isAsciiLetter(out[0]);
+  for (std::size_t index = 1; valid && index < out.size(); ++index) {
+    wchar_t const c = out[index];
+    valid = isAsciiLetter(c) || isAsciiDigit(c) || c == L'.' || c == L'_' || c == L'-';
+  }
+  if (!valid) report(c_error, 3006, L"invalid encoding name: %s", out.c_str());
+}
+
+void CMarlParseAgent::parsePubidLiteral(std::wstring& out) {
+  static wchar_t const c_marks[] = L" \n\r!#$%'()*+,-./:;=?@_";
+  parseLiteral(out);
+  for (wchar_t c : out)
+    if (!isAsciiLetter(c) && !isAsciiDigit(c) && !std::wcschr(c_marks, c))
+      parser->addError(c_error, 3006, L"invalid character '%c' in PubidLiteral: %s", c,
+                       out.c_str());
+}
+
+void CMarlParseAgent::parseSystemLiteral(std::wstring& out) {
+  parseLiteral(out);
+}
+
+// The digits are converted with the ';' behind them, so the conversion always stops on it: a
+// value of 0 then passes without a word, and "&#0;" gives the character 0. Only a conversion
+// that reached the end of the text would report it.
+void CMarlParseAgent::parseCharRef(wchar_t* out) {
+  static constexpr std::size_t c_maxQuoted = 2048;
+  std::wstring const reference = tokenText();
+  bool const hexadecimal = reference.size() > 2 && reference[2] == L'x';
+  std::size_t const digitsAt = std::min(reference.size(), std::size_t(hexadecimal ? 3 : 2));
+  wchar_t* end = nullptr;
+  long const value = std::wcstol(reference.c_str() + digitsAt, &end, hexadecimal ? 16 : 10);
+  std::wstring const quoted = reference.substr(0, std::min(reference.find(L';'), c_maxQuoted));
+
+  bool const allowed = (value >= 0x20 && value <= 0xD7FF) || value == 0x09 || value == 0x0A ||
+                       value == 0x0D || (value >= 0xE000 && value <= 0xFFFD);
+  if (value == 0) {
+    if (end && *end == 0)
+      report(c_error, 3016, L"invalid character reference '%s'", quoted.c_str());
+  } else if (!allowed) {
+    // Characters are single 16-bit units here, so no reference can give a supplementary one.
+    if (value >= 0x10000 && value <= 0x10FFFF)
+      report(c_error, 3016,
+             L"character reference '%s' evaluates to an not supported character range",
+             quoted.c_str());
+    // A control character below 0x100 is taken as it stands.
+    else if (value > 0xFF)
+      report(c_error, 3016, L"character reference '%s' evaluates to an invalid character",
+             quoted.c_str());
+  }
+  *out = static_cast<wchar_t>(value);
+  accept();
+}
+
+// Line ends and white space stay as they are in the value unless attribute values are
+// normalised: that needs declarations, whatever the recommendation says about plain values.
+void CMarlParseAgent::parseAttValue(std::wstring& out, unsigned int type) {
+  CToken const& token = scanner->token;
+  if (token.id != CToken::TOK_SQ_OPEN && token.id != CToken::TOK_DQ_OPEN) {
+    if (parser->mode == 1 && (token.id == CToken::TOK_LITERAL || token.id == CToken::TOK_NAME ||
+                              token.id == CToken::TOK_NMTOKEN)) {
+      out.assign(token.text, token.length);
+      accept();
+      return;
+    }
+    report(c_error, 3019, L"attribute value delimited by \" or ' expected");
+    return;
+  }
+  scanner->literalFlags = attributeFlags();
+  // Entities referenced here are read in the state of the literal, wherever they nest.
+  CMarlScanner::StateId const literalState = currentState();
+  accept();
+  out.clear();
+  bool afterEntity = false;
+  for (;;) {
+    switch (token.id) {
+      case CToken::TOK_LITERAL:
+        if (!scanner->normalizingAtt) {
+          parser->checkExpansion(token.length);
+          out.append(token.text, token.length);
+        } else {
+          std::wstring piece(token.text, token.length);
+          if (!afterEntity) endOfLineHandling(piece);
+          std::replace_if(piece.begin(), piece.end(), isSpace, L' ');
+          parser->checkExpansion(token.length);
+          out += piece;
+          afterEntity = false;
+        }
+        accept();
+        break;
+      case CToken::TOK_CHARREF: {
+        parser->checkExpansion(1);
+        wchar_t character = 0;
+        parseCharRef(&character);
+        out.push_back(character);
+        break;
+      }
+      case CToken::TOK_GEREF:
+        parser->scratchName.assign(token.text + 1, token.length - 2);
+        afterEntity = true;
+        parser->pushEntity(0, parser->scratchName, literalState);
+        accept();
+        break;
+      case CToken::TOK_ENTITY_END:
+        accept();
+        break;
+      case CToken::TOK_SQ_CLOSE:
+      case CToken::TOK_DQ_CLOSE:
+        if (scanner->normalizingAtt && type != c_typeCDATA) spaceStripping(out);
+        accept();
+        return;
+      default:
+        report(c_error, 3006, L"invalid symbol '%s' in literal '%s'", tokenText().c_str(),
+               out.c_str());
+        return;
+    }
+  }
+}
+
+void CMarlParseAgent::endOfLineHandling(std::wstring& text) {
+  std::size_t kept = 0;
+  for (std::size_t index = 0; index < text.size(); ++index) {
+    wchar_t const c = text[index];
+    if (c == L'\n' && index > 0 && text[index - 1] == L'\r') continue;
+    text[kept++] = c == L'\r' ? L'\n' : c;
+  }
+  text.resize(kept);
+}
+
+void CMarlParseAgent::normalize(std::wstring& text) {
+  std::size_t kept = 0;
+  bool pendingSpace = false;
+  for (wchar_t c : text) {
+    if (isSpace(c)) {
+      pendingSpace = kept != 0;
+      continue;
+    }
+    if (pendingSpace) text[kept++] = L' ';
+    pendingSpace = false;
+    text[kept++] = c;
+  }
+  text.resize(kept);
+}
+
+void CMarlParseAgent::spaceStripping(std::wstring& text) {
+  std::size_t kept = 0;
+  bool pendingSpace = false;
+  for (wchar_t c : text) {
+    if (c == L' ') {
+      pendingSpace = kept != 0;
+      continue;
+    }
+    if (pendingSpace) text[kept++] = L' ';
+    pendingSpace = false;
+    text[kept++] = c;
+  }
+  text.resize(kept);
+}
+
+void CMarlParseAgent::linkNode(MarlNode const& node) {
+  if (parser->parents.empty()) return;
+  if (parser->domGenerating)
+    parser->parents.back().appendChild(node, 1);
+  else
+    parser->setParent(node);
+}
+
+// Compared over the token's length, without a copy; the scanner hands out only complete
+// references, so "&lt" never gets here.
+bool CMarlParseAgent::isPredefinedReference() const noexcept {
+  CToken const& token = scanner->token;
+  return token.compare(L"&amp;", 5) == 0 || token.compare(L"&lt;", 4) == 0 ||
+         token.compare(L"&gt;", 4) == 0 || token.compare(L"&apos;", 6) == 0 ||
+         token.compare(L"&quot;", 6) == 0;
+}
+
+bool CMarlParseAgent::pushContentAgent() {
+  switch (scanner->token.id) {
+    case CToken::TOK_LT:
+      parser->pushAgent<CMarlParseAgentElement>();
+      return true;
+    case CToken::TOK_COMMENT_START:
+      parser->pushAgent<CMarlParseAgentComment>();
+      return true;
+    case CToken::TOK_CDATA_START:
+      parser->pushAgent<CMarlParseAgentCDATASection>();
+      return true;
+    case CToken::TOK_PI_START:
+      parser->pushAgent<CMarlParseAgentPI>();
+      return true;
+    case CToken::TOK_XML_PI_START:
+      parser->pushAgent<CMarlParseAgentXmlDecl>();
+      return true;
+    case CToken::TOK_CHARDATA:
+    case CToken::TOK_CHARREF:
+      parser->pushAgent<CMarlParseAgentCharData>();
+      return true;
+    case CToken::TOK_GEREF:
+      if (keepsReferences() && !isPredefinedReference())
+        parser->pushAgent<CMarlParseAgentEntityRef>();
+      else
+        parser->pushAgent<CMarlParseAgentCharData>();
+      return true;
+    default:
+      return false;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentDocument
+
+// The agents are pushed in reverse, so that they run prolog, root element, trailing misc.
+void CMarlParseAgentDocument::parse_sfirst() {
+  if (!scanner->primed && scanner->entity) {
+    ++*scanner;
+    scanner->primed = scanner->token.id != CToken::TOK_INVALID;
+  }
+  if (!scanner->primed) report(c_fatal, 4000, L"failed to scan input");
+  parser->pushParent(*document);
+  state = &CMarlParseAgentDocument::parse_slast;
+  parser->pushAgent<CMarlParseAgentMisc>();
+  parser->pushAgent<CMarlParseAgentElement>();
+  parser->pushAgent<CMarlParseAgentProlog>();
+}
+
+void CMarlParseAgentDocument::parse_slast() {
+  accept(CToken::TOK_EOF);
+  parser->popParent();
+  fire(eventDocumentPost, *document);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentProlog
+
+void CMarlParseAgentProlog::parse_sfirst() {
+  parser->scratchEncoding.clear();
+  CToken const& token = scanner->token;
+  // A byte order mark that the stream delivered as a character.
+  if (token.id == CToken::TOK_CHARDATA && token.length == 1 && token.text[0] == 0xFEFF) accept();
+  if (token.id == CToken::TOK_XML_PI_START)
+    parseXmlDecl();
+  else
+    keepStreamEncoding();
+  fire(eventDocumentPre, *document);
+  state = &CMarlParseAgentProlog::parse_s2;
+  parser->pushAgent<CMarlParseAgentMisc>();
+}
+
+// A document that starts with "<?xml-stylesheet" is refused here: its name is no "xml".
+void CMarlParseAgentProlog::parseXmlDecl() {
+  accept();
+  acceptName(L"xml", 3, 1);
+  if (acceptName(L"version", 7, 1)) {
+    accept(CToken::TOK_EQ);
+    parseVersion(parser->scratchValue);
+    document->setVersion(parser->scratchValue);
+  }
+  if (acceptName(L"encoding", 8, 0)) {
+    accept(CToken::TOK_EQ);
+    parseEncName(parser->scratchEncoding);
+  }
+  if (acceptName(L"standalone", 10, 0)) {
+    accept(CToken::TOK_EQ);
+    parseLiteral(parser->scratchValue);
+    if (parser->scratchValue == L"yes")
+      document->setStandalone(1);
+    else if (parser->scratchValue == L"no")
+      document->setStandalone(0);
+    else
+      report(c_error, 3022,
+             L"unexpected symbol; expected 'yes' or 'no' for standalone document declaration");
+  }
+  decideEncoding();
+  accept(CToken::TOK_PI_END);
+}
+
+// Until this point the entity reads one character at a time, so that nothing is decoded ahead
+// in an encoding the declaration may still change.
+void CMarlParseAgentProlog::keepStreamEncoding() {
+  MarlGEntityExtParsed entity(scanner->entity);
+  if (!entity) return;
+  MarlIStream stream = entity.getIStream();
+  MarlEncoding streamEncoding = stream ? stream.getEncoding() : MarlEncoding();
+  entity.setEncoding(streamEncoding ? streamEncoding
+                                    : createEncoding(parser->utf8String,
+                                                     MarlEncoding::BYTEORDER_NONE));
+}
+
+// The declared encoding counts unless the stream knows better: a host code page set on the
+// stream outranks the document, and a document that was read as UTF-16 cannot switch, nor can
+// a byte stream switch to UTF-16.
+void CMarlParseAgentProlog::decideEncoding() {
+  MarlGEntityExtParsed entity(scanner->entity);
+  if (!entity) return;
+  MarlIStream stream = entity.getIStream();
+  MarlEncoding streamEncoding = stream ? stream.getEncoding() : MarlEncoding();
+  MarlEncoding::ByteOrder const byteOrder =
+      streamEncoding ? streamEncoding.getByteOrder() : MarlEncoding::BYTEORDER_NONE;
+  std::wstring declared = toLower(parser->scratchEncoding);
+  if (streamEncoding && streamEncoding.getCharacterSet() == L"orv-") {
+    declared.clear();
+  } else {
+    std::wstring const http = streamEncoding ? streamEncoding.getCharacterSetHTTP() : L"";
+    bool const ignored = isUtf16Name(http) ? !declared.empty() && declared != http
+                                           : isUtf16Name(declared);
+    if (ignored) {
+      declared.clear();
+      report(c_warning, 6900, L"ignore encoding decl");
+    }
+  }
+  MarlEncoding chosen;
+  if (!declared.empty())
+    chosen = createEncoding(declared, byteOrder);
+  else if (streamEncoding)
+    chosen = required(streamEncoding.clone());
+  else
+    chosen = createEncoding(parser->utf8String, MarlEncoding::BYTEORDER_NONE);
+  entity.setEncoding(chosen);
+  document->setEncoding(chosen);
+}
+
+// A document type declaration would be read by the declaration agents, which do not exist
+// yet: until they do, the keyword is refused as a symbol the prolog cannot take.
+void CMarlParseAgentProlog::parse_s2() {
+  if (scanner->token.id == CToken::TOK_DOCTYPE)
+    report(c_error, 3000, L"unexpected symbol: '%s'", tokenText().c_str());
+  if (scanner->normalizingAtt)
+    report(c_warning, 6900, L"no DTD, type CDATA is used for attributes");
+  state = &CMarlParseAgentProlog::parse_slast;
+}
+
+void CMarlParseAgentProlog::parse_slast() {
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentMisc
+
+// Text around the root element costs a warning per token and is dropped.
+void CMarlParseAgentMisc::parse() {
+  CToken const& token = scanner->token;
+  switch (token.id) {
+    case CToken::TOK_PI_START:
+      parser->pushAgent<CMarlParseAgentPI>();
+      return;
+    case CToken::TOK_XML_PI_START:
+      parser->pushAgent<CMarlParseAgentXmlDecl>();
+      return;
+    case CToken::TOK_COMMENT_START:
+      parser->pushAgent<CMarlParseAgentComment>();
+      return;
+    case CToken::TOK_CHARDATA:
+      if (!isWhiteSpaceOnly(token.text, token.length))
+        report(c_warning, 2000, L"only whitespace allowed; ignoring characters");
+      accept();
+      return;
+    default:
+      removeSelf();
+      return;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentPI
+
+// The test of the reserved target lets a third character 'l' pass, so "xml" and "XMl" are
+// taken as targets; "xml" itself never comes here, since it opens an XmlDecl agent.
+void CMarlParseAgentPI::parse_sfirst() {
+  accept(CToken::TOK_PI_START);
+  std::wstring& target = parser->scratchName;
+  parseName(target);
+  parser->checkExpansion(static_cast<unsigned int>(target.size()));
+  if (target.size() == 3 && (target[0] == L'X' || target[0] == L'x') &&
+      (target[1] == L'M' || target[1] == L'm') && target[2] == L'L')
+    report(c_error, 3020, L"unexpected symbol: '%s'; PiTarget expected", target.c_str());
+  node = required(document->createPIUnparsed(target, parser->emptyString));
+  setPosition(node);
+  node.setExternal(parser->inExternalSubset);
+  linkNode(node);
+  state = &CMarlParseAgentPI::parse_slast;
+  fire(eventPIUnparsedPre, node);
+}
+
+// The data keeps the white space behind the target, as the scanner delivers it.
+void CMarlParseAgentPI::parse_slast() {
+  CToken const& token = scanner->token;
+  while (token.id == CToken::TOK_DATA) {
+    parser->checkExpansion(token.length);
+    node.appendData(std::wstring(token.text, token.length));
+    accept();
+  }
+  accept(CToken::TOK_PI_END);
+  fire(eventPIUnparsedPost, node);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentXmlDecl
+
+void CMarlParseAgentXmlDecl::parse_sfirst() {
+  accept(CToken::TOK_XML_PI_START);
+  parseName(parser->scratchName);
+  node = required(document->createPIParsed(parser->scratchName));
+  setPosition(node);
+  state = &CMarlParseAgentXmlDecl::parse_slast;
+  fire(eventPIParsedPre, node);
+}
+
+void CMarlParseAgentXmlDecl::parse_slast() {
+  CToken const& token = scanner->token;
+  while (token.id == CToken::TOK_NAME || token.id == CToken::TOK_QNAME) {
+    parseName(parser->scratchName);
+    accept(CToken::TOK_EQ);
+    parseLiteral(parser->scratchValue);
+    requireDone(node.setAttribute(parser->scratchName, parser->scratchValue));
+  }
+  accept(CToken::TOK_PI_END);
+  linkNode(node);
+  fire(eventPIParsedPost, node);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentComment
+
+// A "--" inside the text, also the first two of a closing "--->", is refused.
+void CMarlParseAgentComment::parse() {
+  accept(CToken::TOK_COMMENT_START);
+  CToken const& token = scanner->token;
+  std::wstring& text = parser->scratchText;
+  text.clear();
+  while (token.id == CToken::TOK_DATA) {
+    text.append(token.text, token.length);
+    accept();
+  }
+  if (token.id == CToken::TOK_INVALID)
+    report(c_error, 3021, L"invalid symbol ('--') in comment: '%s'", text.c_str());
+  accept(CToken::TOK_COMMENT_END);
+  // The markup "<!---->" counts as 8 characters of expansion.
+  parser->checkExpansion(8);
+  parser->checkExpansion(static_cast<unsigned int>(text.size()));
+  MarlComment comment = required(document->createComment(text));
+  setPosition(comment);
+  comment.setExternal(parser->inExternalSubset);
+  linkNode(comment);
+  fire(eventCommentPost, comment);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentCDATASection
+
+void CMarlParseAgentCDATASection::parse() {
+  accept(CToken::TOK_CDATA_START);
+  CToken const& token = scanner->token;
+  std::wstring& text = parser->scratchText;
+  text.clear();
+  while (token.id == CToken::TOK_DATA) {
+    text.append(token.text, token.length);
+    accept();
+  }
+  // The markup "<![CDATA[]]>" counts as 12 characters of expansion.
+  parser->checkExpansion(12);
+  parser->checkExpansion(static_cast<unsigned int>(text.size()));
+  MarlCDATASection section = required(document->createCDATASection(text));
+  setPosition(section);
+  linkNode(section);
+  accept(CToken::TOK_SECT_END);
+  fire(eventCDATAPost, section);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentCharData
+
+// The text node takes the position of the first token it was made of.
+void CMarlParseAgentCharData::parse() {
+  CMarlScanner::StateId const contentState = currentState();
+  CToken const& token = scanner->token;
+  std::wstring& text = parser->scratchText;
+  text.clear();
+  if (token.id == CToken::TOK_CHARDATA) {
+    text.assign(token.text, token.length);
+    accept();
+  }
+  bool positioned = lastTokenValid != 0;
+  std::uint32_t line = lastLine;
+  std::uint32_t column = lastColumn;
+  for (bool gathering = true; gathering;) {
+    switch (token.id) {
+      case CToken::TOK_CHARDATA:
+        parser->checkExpansion(token.length);
+        text.append(token.text, token.length);
+        accept();
+        break;
+      case CToken::TOK_CHARREF: {
+        parser->checkExpansion(1);
+        wchar_t character = 0;
+        parseCharRef(&character);
+        text.push_back(character);
+        break;
+      }
+      case CToken::TOK_GEREF:
+        if (isPredefinedReference()) {
+          parser->checkExpansion(1);
+          text.push_back(token.compare(L"&amp;", 5) == 0   ? L'&'
+                         : token.compare(L"&lt;", 4) == 0  ? L'<'
+                         : token.compare(L"&gt;", 4) == 0  ? L'>'
+                         : token.compare(L"&apos;", 6) == 0 ? L'\''
+                                                            : L'"');
+          accept();
+        } else if (keepsReferences()) {
+          // Left for the element, which makes a node of it.
+          gathering = false;
+        } else {
+          parser->scratchName.assign(token.text + 1, token.length - 2);
+          parser->pushEntity(0, parser->scratchName, contentState);
+          accept();
+        }
+        break;
+      case CToken::TOK_ENTITY_END:
+        parser->checkExpansion(1);
+        if (keepsReferences())
+          gathering = false;
+        else
+          accept();
+        break;
+      default:
+        gathering = false;
+        break;
+    }
+    if (!positioned && lastTokenValid) {
+      positioned = true;
+      line = lastLine;
+      column = lastColumn;
+    }
+  }
+
+  if (keepsText(isWhiteSpaceOnly(text))) {
+    MarlText node = required(document->createText(text));
+    if (!parser->spaceRules && parser->normalizing && !isWhiteSpaceOnly(text))
+      node.normalizeData();
+    node.setPosition(line, column);
+    linkNode(node);
+    fire(eventTextPost, node);
+  }
+  removeSelf();
+}
+
+// White space that follows other children is dropped while normalising; the first run in an
+// element stays for now, and the element drops it at its end if more children followed.
+bool CMarlParseAgentCharData::keepsText(bool whiteSpaceOnly) const {
+  if (parser->parents.empty()) return false;
+  MarlNode const& parent = parser->parents.back();
+  if (!parser->spaceRules)
+    return !(whiteSpaceOnly && parser->normalizing && parent.numChildren() > 0);
+  if (!whiteSpaceOnly) return true;
+  MarlElement element(parent);
+  return !element || parser->whitespaceStripping->strip(element) != SP_STRIP;
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentElement
+
+void CMarlParseAgentElement::parse_sfirst() {
+  accept(CToken::TOK_LT);
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  parseQName(name, prefix);
+  parser->checkExpansion(static_cast<unsigned int>(name.size()));
+  parser->checkExpansion(static_cast<unsigned int>(prefix.size()));
+  if (parser->namespaceMode == 2 && (name == parser->xmlnsString || prefix == parser->xmlnsString))
+    element = required(document->createElementNS(name, prefix, parser->emptyString));
+  else
+    element = required(document->createElement(name, prefix));
+  setPosition(element);
+  linkNode(element);
+  parser->pushParent(element);
+  state = &CMarlParseAgentElement::parse_s2;
+  if (fire(eventElementPre, element)) return;
+  parse_s2();
+}
+
+void CMarlParseAgentElement::parse_s2() {
+  Token const id = scanner->token.id;
+  if (id == CToken::TOK_NAME || id == CToken::TOK_QNAME) {
+    hasAttributes = 1;
+    parser->pushAgent<CMarlParseAgentAttribute>();
+    return;
+  }
+  parse_s3();
+}
+
+void CMarlParseAgentElement::parse_s3() {
+  Token const id = scanner->token.id;
+  if (id != CToken::TOK_EMPTY_END && id != CToken::TOK_GT)
+    report(c_error, 3006, L"unclosed element tag; '>' or '/>' expected");
+  // Set before the step, so that the content behind the tag is read with it.
+  scanner->literalFlags = contentFlags();
+  if (id == CToken::TOK_EMPTY_END && parser->etagLineNumberSupport)
+    element._impl()->setEndTagLine(lastLine);
+  accept();
+  if (parser->spaceRules) pushSpaceRule();
+  state = id == CToken::TOK_EMPTY_END ? &CMarlParseAgentElement::parse_slast
+                                      : &CMarlParseAgentElement::parse_s4;
+  if (fire(eventElementPre2, element)) return;
+  (this->*state)();
+}
+
+// An end of entity reaches an element only when the entity opened it and ends before the end
+// tag. With reference nodes the reference's own agent would take it, but it lies below this
+// one and would never run: the element refuses it instead of waiting for ever.
+void CMarlParseAgentElement::parse_s4() {
+  Token const id = scanner->token.id;
+  if (id == CToken::TOK_ETAG_START) {
+    parse_s5();
+    return;
+  }
+  if (id == CToken::TOK_ENTITY_END && !keepsReferences()) {
+    accept();
+    return;
+  }
+  if (id != CToken::TOK_ENTITY_END && pushContentAgent()) return;
+  report(c_error, 3007,
+         L"unexpected symbol; expected '<', '</', entity reference, character data, CDATA "
+         L"section, processing instruction or comment");
+}
+
+void CMarlParseAgentElement::parse_s5() {
+  accept(CToken::TOK_ETAG_START);
+  if (parser->etagLineNumberSupport) element._impl()->setEndTagLine(lastLine);
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  parseQName(name, prefix);
+  std::wstring const& beginName = element.getName();
+  std::wstring const& beginPrefix = element.getNamespacePrefix();
+  if (name != beginName || prefix != beginPrefix)
+    parser->addError(c_error, 3002, L"end tag '%s%s%s' does not match begin tag '%s%s%s'",
+                     prefix.c_str(), prefix.empty() ? L"" : L":", name.c_str(),
+                     beginPrefix.c_str(), beginPrefix.empty() ? L"" : L":", beginName.c_str());
+  accept(CToken::TOK_GT);
+  parse_slast();
+}
+
+void CMarlParseAgentElement::parse_slast() {
+  fire(eventElementPost, element);
+  parser->popParent();
+  if (parser->normalizing && element.numChildren() > 1) {
+    MarlNode first = element.getFirstChild();
+    if (first.getType() == MarlNode::nodeText && MarlText(first).wsOnly()) first.removeNode();
+  }
+  if (parser->checkPrefixes) checkNamespacePrefixes();
+  if (parser->spaceRules && !parser->whitespaceStripping->stripStack.empty())
+    parser->whitespaceStripping->stripStack.pop_back();
+  removeSelf();
+}
+
+void CMarlParseAgentElement::pushSpaceRule() {
+  CMarlWhitespaceStripping& rules = *parser->whitespaceStripping;
+  STRIP_OP rule = rules.stripStack.empty() ? SP_NONE : rules.stripStack.back();
+  if (parser->xmlSpaceAware) {
+    MarlAttribute space;
+    if (hasAttributes) {
+      space = element.getAttributeNode(parser->spaceString, parser->xmlString);
+    } else if (parser->supplyAttrDefaults && parser->documentType) {
+      DefaultAttributeTable const* defaults = parser->documentType._impl()->defaultAttributes;
+      std::wstring const& name = element.getName();
+      std::wstring const& prefix = element.getNamespacePrefix();
+      if (defaults && defaults->hasXMLSpaceDefaultAttribute(name, prefix))
+        space = defaults->createDefaultAttribute(name, prefix, parser->spaceString,
+                                                 parser->xmlString);
+    }
+    if (space && space.getValue() == parser->preserveString)
+      rule = SP_PRESERVE;
+    else if (space && space.getValue() == parser->defaultString)
+      rule = SP_NONE;
+  }
+  rules.stripStack.push_back(rule);
+}
+
+// Only an element with a prefix is checked, and only then its attributes: narrower than it
+// looks, and so it stays.
+void CMarlParseAgentElement::checkNamespacePrefixes() {
+  std::wstring const& prefix = element.getNamespacePrefix();
+  if (prefix.empty()) return;
+  MarlNamespaceContext context = required(element.getNamespaceContext());
+  if (!isBound(context, prefix))
+    report(c_error, 6800, L"undeclared namespace prefix: '%s'", prefix.c_str());
+  MarlNamedNodeMap attributes = element.getAttributes();
+  if (!attributes) return;
+  for (unsigned int index = 0; index < attributes.getLength(); ++index) {
+    std::wstring const& attributePrefix = attributes.getItem(index).getNamespacePrefix();
+    if (attributePrefix.empty() || attributePrefix == parser->xmlnsString ||
+        attributePrefix == parser->xmlString)
+      continue;
+    if (!isBound(context, attributePrefix))
+      report(c_error, 6800, L"undeclared namespace prefix: '%s'", attributePrefix.c_str());
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentAttribute
+
+void CMarlParseAgentAttribute::parse() {
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  parseQName(name, prefix);
+  parser->checkExpansion(static_cast<unsigned int>(name.size()));
+  parser->checkExpansion(static_cast<unsigned int>(prefix.size()));
+  MarlAttribute attribute = createAttribute();
+  setPosition(attribute);
+  accept(CToken::TOK_EQ);
+  // Without declarations every attribute is of type CDATA.
+  std::wstring& value = parser->scratchValue;
+  parseAttValue(value, c_typeCDATA);
+  attribute.setValue(value);
+  MarlElement element(parser->parents.back());
+  requireDone(element.setAttributeNode(attribute));
+  bool const isDeclaration = MarlNamespaceDecl(attribute);
+  if (parser->namespaceMode == 2 && isDeclaration) {
+    MarlNamespaceContext context = required(element._impl()->forkNamespaceContext());
+    std::wstring const& declared = attribute.getName();
+    context.bind(declared == parser->xmlnsString ? parser->emptyString : declared, value);
+  }
+  fire(eventAttributePost, attribute);
+  if (!isDeclaration && !parser->idAttributes.empty()) {
+    CMarlElement const* owner = element._impl();
+    CMarlAttribute const* declared = attribute._impl();
+    if (parser->isIdAttribute({owner->prefix, owner->name, declared->prefix, declared->name}))
+      document->insertID(value, element);
+  }
+  removeSelf();
+}
+
+MarlAttribute CMarlParseAgentAttribute::createAttribute() {
+  std::wstring const& name = parser->scratchName;
+  std::wstring const& prefix = parser->scratchPrefix;
+  if (parser->namespaceMode == 0) return required(document->createAttribute(name, prefix));
+  if (prefix == parser->xmlnsString || (name == parser->xmlnsString && prefix.empty()))
+    return required(document->createNamespaceDecl(name, prefix, parser->emptyString));
+  if (prefix == parser->xmlString)
+    return required(document->createAttributeNS(name, prefix, parser->xmlNamespaceURI));
+  return required(document->createAttributeNS(name, prefix, parser->emptyString));
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentEntityRef
+
+void CMarlParseAgentEntityRef::parse_sfirst() {
+  CToken const& token = scanner->token;
+  std::wstring& name = parser->scratchName;
+  name.assign(token.text + 1, token.length - 2);
+  node = createReferenceNode(name);
+  if (parser->resolveMode & 0x01) {
+    expanded = parser->pushEntity(0, name, currentState());
+    if (!expanded || !node)
+      node = MarlNode();
+    else
+      parser->pushParent(node);
+  }
+  accept();
+  if (node) fire(eventEntityRefPre, node);
+  state = &CMarlParseAgentEntityRef::parse_slast;
+}
+
+// The node stands where the reference stands, whatever was read before it.
+MarlNode CMarlParseAgentEntityRef::createReferenceNode(std::wstring const& name) {
+  if (!parser->domGenerating || parser->parents.empty()) return MarlNode();
+  CToken const& token = scanner->token;
+  MarlNode& parent = parser->parents.back();
+  unsigned int const resolveMode = parser->resolveMode;
+  if (resolveMode & 0x20) {
+    MarlEntityRef reference = required(document->createEntityRef(name));
+    reference.setPosition(token.line, token.column);
+    parent.appendChild(reference, 1);
+    MarlEntityDecl declaration = parser->findEntityDecl(name, 0);
+    if (declaration &&
+        (!declaration.getSystemId().empty() || !declaration.getPublicId().empty())) {
+      reference.setSystemId(declaration.getSystemId());
+      reference.setPublicId(declaration.getPublicId());
+    }
+    return reference;
+  }
+  if (resolveMode & 0x40) {
+    MarlElement reference = required(document->createElement(L"entity-reference", L"lex"));
+    reference.setPosition(token.line, token.column);
+    parent.appendChild(reference, 1);
+    requireDone(reference.setAttribute(L"name", parser->emptyString, name));
+    MarlEntityDecl declaration = parser->findEntityDecl(name, 0);
+    if (declaration &&
+        (!declaration.getSystemId().empty() || !declaration.getPublicId().empty())) {
+      requireDone(reference.setAttribute(L"system", parser->emptyString,
+                                         declaration.getSystemId()));
+      requireDone(reference.setAttribute(L"public", parser->emptyString,
+                                         declaration.getPublicId()));
+    }
+    return reference;
+  }
+  if ((resolveMode & 0x80) && !(resolveMode & 0x01)) {
+    MarlText reference = required(document->createText(tokenText()));
+    reference.setPosition(token.line, token.column);
+    parent.appendChild(reference, 1);
+    return reference;
+  }
+  return MarlNode();
+}
+
+// The content of the entity, as that of an element but without end tags, until its end.
+void CMarlParseAgentEntityRef::parse_slast() {
+  if (expanded && pushContentAgent()) return;
+  if (expanded) {
+    accept(CToken::TOK_ENTITY_END);
+    if (node) parser->popParent();
+  }
+  if (node) fire(eventEntityRefPost, node);
+  removeSelf();
+}
