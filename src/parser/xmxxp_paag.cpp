@@ -356,9 +356,11 @@ void CMarlParseAgent::parseAttValue(std::wstring& out, unsigned int type) {
 
 void CMarlParseAgent::endOfLineHandling(std::wstring& text) {
   std::size_t kept = 0;
-  for (std::size_t index = 0; index < text.size(); ++index) {
-    wchar_t const c = text[index];
-    if (c == L'\n' && index > 0 && text[index - 1] == L'\r') continue;
+  wchar_t previous = 0;
+  for (wchar_t const c : text) {
+    bool const pairEnd = c == L'\n' && previous == L'\r';
+    previous = c;
+    if (pairEnd) continue;
     text[kept++] = c == L'\r' ? L'\n' : c;
   }
   text.resize(kept);

@@ -17,6 +17,8 @@ done
 test -f "$prefix/include/marl/marl.h" || { echo "headers were not installed"; exit 1; }
 test -f "$libdir/pkgconfig/marl.pc" || { echo "marl.pc was not installed"; exit 1; }
 test -f "$libdir/cmake/marl/marlConfig.cmake" || { echo "CMake package was not installed"; exit 1; }
+test -x "$prefix/bin/marl" || { echo "the marl tool was not installed"; exit 1; }
+LD_LIBRARY_PATH="$libdir" "$prefix/bin/marl" --version >/dev/null || { echo "the installed tool does not run"; exit 1; }
 
 # Sanitizer builds need their runtime in the consumer too.
 extra_flags="${MARL_CONSUMER_FLAGS:-}"
