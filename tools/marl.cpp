@@ -217,9 +217,13 @@ bool parse(Marl const& marl, std::string const& name, ParserSettings const& sett
   MarlIStream input = openInput(marl, name, stdinBytes);
   if (!input) return false;
   parsed.document = marl.createDocument();
-  parsed.parser = marl.createParser(marl.createStreamFactory(), input, parsed.document);
-  if (!parsed.document || !parsed.parser) {
-    std::fprintf(stderr, "marl: out of memory\n");
+  if (parsed.document)
+    parsed.parser = marl.createParser(marl.createStreamFactory(), input, parsed.document);
+  if (!parsed.parser) {
+    // The parser starts by decoding the first characters; bytes that no encoding takes end
+    // it there, as does a want of memory.
+    std::fprintf(stderr, "marl: cannot parse '%s': its first bytes cannot be decoded\n",
+                 name.c_str());
     return false;
   }
   parsed.parser.setNamespaceMode(settings.namespaces);

@@ -64,6 +64,23 @@ inline bool isAsciiDigit(wchar_t c) noexcept {
   return c >= L'0' && c <= L'9';
 }
 
+// Drops runs of blanks at both ends and turns each run inside into one space, in place.
+template <class IsBlank>
+void collapseRuns(std::wstring& text, IsBlank isBlank) {
+  std::size_t kept = 0;
+  bool pendingSpace = false;
+  for (wchar_t const c : text) {
+    if (isBlank(c)) {
+      pendingSpace = kept != 0;
+      continue;
+    }
+    if (pendingSpace) text[kept++] = L' ';
+    pendingSpace = false;
+    text[kept++] = c;
+  }
+  text.resize(kept);
+}
+
 bool isUtf16Name(std::wstring const& name) {
   return name == L"utf-16" || name == L"utf-16be" || name == L"utf-16le";
 }
@@ -155,7 +172,8 @@ unsigned char CMarlParseAgent::acceptName(wchar_t const* name, unsigned int leng
       report(c_error, 3021, L"unexpected name '%s'; expected '%s'", tokenText().c_str(), name);
     return 0;
   }
-  if (mustMatch) report(c_error, 3020, L"unexpected symbol: '%s'; name expected", tokenText().c_str());
+  if (mustMatch)
+    report(c_error, 3020, L"unexpected symbol: '%s'; name expected", tokenText().c_str());
   return 0;
 }
 
@@ -312,17 +330,8 @@ void CMarlParseAgent::parseAttValue(std::wstring& out, unsigned int type) {
   for (;;) {
     switch (token.id) {
       case CToken::TOK_LITERAL:
-        if (!scanner->normalizingAtt) {
-          parser->checkExpansion(token.length);
-          out.append(token.text, token.length);
-        } else {
-          std::wstring piece(token.text, token.length);
-          if (!afterEntity) endOfLineHandling(piece);
-          std::replace_if(piece.begin(), piece.end(), isSpace, L' ');
-          parser->checkExpansion(token.length);
-          out += piece;
-          afterEntity = false;
-        }
+        appendLiteralText(out, afterEntity);
+        afterEntity = false;
         accept();
         break;
       case CToken::TOK_CHARREF: {
@@ -354,6 +363,21 @@ void CMarlParseAgent::parseAttValue(std::wstring& out, unsigned int type) {
   }
 }
 
+// Line ends inside replacement text were handled when the entity was declared, so a piece
+// right behind a reference keeps them.
+void CMarlParseAgent::appendLiteralText(std::wstring& out, bool afterEntity) {
+  CToken const& token = scanner->token;
+  parser->checkExpansion(token.length);
+  if (!scanner->normalizingAtt) {
+    out.append(token.text, token.length);
+    return;
+  }
+  std::wstring piece(token.text, token.length);
+  if (!afterEntity) endOfLineHandling(piece);
+  std::replace_if(piece.begin(), piece.end(), isSpace, L' ');
+  out += piece;
+}
+
 void CMarlParseAgent::endOfLineHandling(std::wstring& text) {
   std::size_t kept = 0;
   wchar_t previous = 0;
@@ -367,33 +391,11 @@ void CMarlParseAgent::endOfLineHandling(std::wstring& text) {
 }
 
 void CMarlParseAgent::normalize(std::wstring& text) {
-  std::size_t kept = 0;
-  bool pendingSpace = false;
-  for (wchar_t c : text) {
-    if (isSpace(c)) {
-      pendingSpace = kept != 0;
-      continue;
-    }
-    if (pendingSpace) text[kept++] = L' ';
-    pendingSpace = false;
-    text[kept++] = c;
-  }
-  text.resize(kept);
+  collapseRuns(text, isSpace);
 }
 
 void CMarlParseAgent::spaceStripping(std::wstring& text) {
-  std::size_t kept = 0;
-  bool pendingSpace = false;
-  for (wchar_t c : text) {
-    if (c == L' ') {
-      pendingSpace = kept != 0;
-      continue;
-    }
-    if (pendingSpace) text[kept++] = L' ';
-    pendingSpace = false;
-    text[kept++] = c;
-  }
-  text.resize(kept);
+  collapseRuns(text, [](wchar_t c) { return c == L' '; });
 }
 
 void CMarlParseAgent::linkNode(MarlNode const& node) {
@@ -726,56 +728,12 @@ void CMarlParseAgentCharData::parse() {
   bool positioned = lastTokenValid != 0;
   std::uint32_t line = lastLine;
   std::uint32_t column = lastColumn;
-  for (bool gathering = true; gathering;) {
-    switch (token.id) {
-      case CToken::TOK_CHARDATA:
-        parser->checkExpansion(token.length);
-        text.append(token.text, token.length);
-        accept();
-        break;
-      case CToken::TOK_CHARREF: {
-        parser->checkExpansion(1);
-        wchar_t character = 0;
-        parseCharRef(&character);
-        text.push_back(character);
-        break;
-      }
-      case CToken::TOK_GEREF:
-        if (isPredefinedReference()) {
-          parser->checkExpansion(1);
-          text.push_back(token.compare(L"&amp;", 5) == 0   ? L'&'
-                         : token.compare(L"&lt;", 4) == 0  ? L'<'
-                         : token.compare(L"&gt;", 4) == 0  ? L'>'
-                         : token.compare(L"&apos;", 6) == 0 ? L'\''
-                                                            : L'"');
-          accept();
-        } else if (keepsReferences()) {
-          // Left for the element, which makes a node of it.
-          gathering = false;
-        } else {
-          parser->scratchName.assign(token.text + 1, token.length - 2);
-          parser->pushEntity(0, parser->scratchName, contentState);
-          accept();
-        }
-        break;
-      case CToken::TOK_ENTITY_END:
-        parser->checkExpansion(1);
-        if (keepsReferences())
-          gathering = false;
-        else
-          accept();
-        break;
-      default:
-        gathering = false;
-        break;
-    }
-    if (!positioned && lastTokenValid) {
-      positioned = true;
-      line = lastLine;
-      column = lastColumn;
-    }
+  while (takeToken(text, contentState)) {
+    if (positioned || !lastTokenValid) continue;
+    positioned = true;
+    line = lastLine;
+    column = lastColumn;
   }
-
   if (keepsText(isWhiteSpaceOnly(text))) {
     MarlText node = required(document->createText(text));
     if (!parser->spaceRules && parser->normalizing && !isWhiteSpaceOnly(text))
@@ -785,6 +743,54 @@ void CMarlParseAgentCharData::parse() {
     fire(eventTextPost, node);
   }
   removeSelf();
+}
+
+// A reference that is to become a node of its own ends the text and is left for the element.
+bool CMarlParseAgentCharData::takeToken(std::wstring& text,
+                                        CMarlScanner::StateId contentState) {
+  CToken const& token = scanner->token;
+  switch (token.id) {
+    case CToken::TOK_CHARDATA:
+      parser->checkExpansion(token.length);
+      text.append(token.text, token.length);
+      accept();
+      return true;
+    case CToken::TOK_CHARREF: {
+      parser->checkExpansion(1);
+      wchar_t character = 0;
+      parseCharRef(&character);
+      text.push_back(character);
+      return true;
+    }
+    case CToken::TOK_GEREF:
+      if (isPredefinedReference()) {
+        parser->checkExpansion(1);
+        text.push_back(predefinedCharacter());
+        accept();
+        return true;
+      }
+      if (keepsReferences()) return false;
+      parser->scratchName.assign(token.text + 1, token.length - 2);
+      parser->pushEntity(0, parser->scratchName, contentState);
+      accept();
+      return true;
+    case CToken::TOK_ENTITY_END:
+      parser->checkExpansion(1);
+      if (keepsReferences()) return false;
+      accept();
+      return true;
+    default:
+      return false;
+  }
+}
+
+wchar_t CMarlParseAgentCharData::predefinedCharacter() const noexcept {
+  CToken const& token = scanner->token;
+  if (token.compare(L"&amp;", 5) == 0) return L'&';
+  if (token.compare(L"&lt;", 4) == 0) return L'<';
+  if (token.compare(L"&gt;", 4) == 0) return L'>';
+  if (token.compare(L"&apos;", 6) == 0) return L'\'';
+  return L'"';
 }
 
 // White space that follows other children is dropped while normalising; the first run in an

@@ -49,6 +49,9 @@ class CMarlParseAgent : public AllocPolicyRollArea {
   // A quoted attribute value with its references expanded; `type` a MarlAttributeDecl
   // value type, CDATA (1) unless declarations say otherwise.
   void parseAttValue(std::wstring& out, unsigned int type);
+  // Appends the literal text of the current token to an attribute value, with line ends and
+  // white space normalised when attribute values are.
+  void appendLiteralText(std::wstring& out, bool afterEntity);
   static void endOfLineHandling(std::wstring& text);
   static void normalize(std::wstring& text);
   static void spaceStripping(std::wstring& text);
@@ -184,6 +187,10 @@ class CMarlParseAgentCharData : public CMarlParseAgent {
   void parse() override;
 
  private:
+  // Adds the current token to the text: false for a token that ends it.
+  bool takeToken(std::wstring& text, CMarlScanner::StateId contentState);
+  // The character of the predefined reference that is the current token.
+  wchar_t predefinedCharacter() const noexcept;
   // Whether the text of the receiving node gets a node of its own.
   bool keepsText(bool whiteSpaceOnly) const;
 };

@@ -30,7 +30,9 @@ unsigned int firstBitOf(unsigned int value, std::initializer_list<unsigned int> 
 }  // namespace
 
 std::uint32_t CIdAttributeTraits::hash(Key const& key) noexcept {
-  auto bits = [](Atom atom) { return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(atom)); };
+  auto bits = [](Atom atom) {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(atom));
+  };
   return bits(key.elementPrefix) ^ bits(key.elementName) ^ bits(key.attributePrefix) ^
          bits(key.attributeName);
 }

@@ -15,7 +15,8 @@ wchar_t const c_exceptionSource[] = L"xmxxi_xcpt";
 constexpr unsigned int c_exceptionLine = 37;
 
 wchar_t const* severityText(MarlParseError::Severity severity) noexcept {
-  unsigned int const index = severity >= 1 && severity <= 4 ? static_cast<unsigned int>(severity) : 0u;
+  unsigned int const index =
+      severity >= 1 && severity <= 4 ? static_cast<unsigned int>(severity) : 0u;
   return CMarlParseError::cm_aseverity[index];
 }
 

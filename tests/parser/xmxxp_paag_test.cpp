@@ -293,7 +293,8 @@ TEST_F(Agents, AnInstructionTakesThePositionOfItsTarget) {
 
 TEST_F(Agents, TheReservedTargetIsRefused) {
   EXPECT_EQ(parse(L"<a><?XML d?></a>"), 0x30004u);
-  EXPECT_EQ(onlyFinding(), (Finding{3020, 3, L"unexpected symbol: 'XML'; PiTarget expected", 0, 8}));
+  EXPECT_EQ(onlyFinding(),
+            (Finding{3020, 3, L"unexpected symbol: 'XML'; PiTarget expected", 0, 8}));
 }
 
 TEST_F(Agents, AReservedTargetEndingInLowerCaseLPasses) {

@@ -316,6 +316,67 @@ TEST_F(Parser, AnExternalEntityIsReadFromTheFactoryStream) {
   EXPECT_EQ(describe(root()), L"4 a {}\n  16 #text {} [in]\n  4 b {}\n    16 #text {} [file]\n");
 }
 
+TEST_F(Parser, AReferenceToAnUnparsedEntityIsAnError) {
+  document.getDocumentType().createExtEntityDecl(0, L"pic", L"pic.gif", L"", L"gif");
+  EXPECT_EQ(parse(L"<a>&pic;</a>"), 0x30004u);
+  EXPECT_EQ(onlyFinding(), (Finding{3015, 3, L"'pic' references unparsed entity", 0, 3}));
+}
+
+// ---------------------------------------------------------------------------------------
+// The expansion limit of a restricted stream
+
+class Expansion : public Parser {
+ protected:
+  // "<a>&e;</a>" over a restricted stream whose limit is the number of characters read: the
+  // name counts 1, the entity's text its length and the entity's end 1.
+  unsigned int parseWithEntityOf(std::size_t length) {
+    document.getDocumentType().createIntEntityDecl(0, L"e", std::wstring(length, L'x'));
+    stream = factory.createIStreamString(L"<a>&e;</a>");
+    stream.setDtdRestriction(1);
+    stream.setMaxExpansion(1);
+    parser = marl.createParser(factory, stream, document);
+    return parser.parse();
+  }
+};
+
+TEST_F(Expansion, ReachingTheLimitExactlyPasses) {
+  EXPECT_EQ(parseWithEntityOf(8), 0u);
+  EXPECT_EQ(impl().expansionCount, 10u);
+}
+
+TEST_F(Expansion, OneCharacterBeyondTheLimitFails) {
+  EXPECT_EQ(parseWithEntityOf(9), 0x30004u);
+  Finding const found = onlyFinding();
+  EXPECT_EQ(found.number, 4003u);
+  EXPECT_EQ(found.severity, 3u);
+  EXPECT_EQ(found.reason, L"XML expansion exceeds Marl configuration");
+}
+
+TEST_F(Expansion, AnEntityBombEndsOnARestrictedStream) {
+  MarlDocumentType type = document.getDocumentType();
+  type.createIntEntityDecl(0, L"e0", L"0123456789");
+  for (int level = 1; level <= 5; ++level) {
+    std::wstring const below = L"&e" + std::to_wstring(level - 1) + L";";
+    std::wstring text;
+    for (int copy = 0; copy < 10; ++copy) text += below;
+    type.createIntEntityDecl(0, L"e" + std::to_wstring(level), text);
+  }
+  stream = factory.createIStreamString(L"<a>&e5;</a>");
+  stream.setDtdRestriction(1);
+  parser = marl.createParser(factory, stream, document);
+  EXPECT_EQ(parser.parse(), 0x30004u);
+  EXPECT_EQ(onlyFinding().number, 4003u);
+}
+
+TEST_F(Expansion, AnUnrestrictedStreamCountsNothing) {
+  document.getDocumentType().createIntEntityDecl(0, L"e", std::wstring(1000, L'x'));
+  stream = factory.createIStreamString(L"<a>&e;</a>");
+  stream.setMaxExpansion(1);
+  parser = marl.createParser(factory, stream, document);
+  EXPECT_EQ(parser.parse(), 0u);
+  EXPECT_EQ(impl().expansionCount, 0u);
+}
+
 // ---------------------------------------------------------------------------------------
 // The run and its results
 
@@ -548,7 +609,8 @@ TEST_F(Parser, AnOddByteAtTheEndOfLongUtf16InputEndsWithAnInputError) {
 // Every conversion of short input with an odd byte fails, the first character's too, and the
 // parser cannot be made.
 TEST_F(Parser, ShortUtf16InputWithAnOddByteLeavesNoParser) {
-  stream = factory.createIStreamRawString(rawstring{0xFF, 0xFE, '<', 0, 'a', 0, '/', 0, '>', 0, 'x'});
+  stream =
+      factory.createIStreamRawString(rawstring{0xFF, 0xFE, '<', 0, 'a', 0, '/', 0, '>', 0, 'x'});
   EXPECT_FALSE(marl.createParser(factory, stream, document));
 }
 

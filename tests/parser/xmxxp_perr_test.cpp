@@ -55,7 +55,8 @@ TEST_F(ParseErrors, ATrailingPercentStays) {
 }
 
 TEST_F(ParseErrors, ANullStringArgumentInsertsNothing) {
-  fresh().addError(MarlParseError::SEVERITY_WARNING, 1, L"[%s]", static_cast<wchar_t const*>(nullptr));
+  fresh().addError(MarlParseError::SEVERITY_WARNING, 1, L"[%s]",
+                   static_cast<wchar_t const*>(nullptr));
   EXPECT_EQ(reasonOf(0), L"[]");
 }
 

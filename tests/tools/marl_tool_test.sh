@@ -57,6 +57,10 @@ expect check_stdin 0 "$work/empty" bash -c "\"$marl\" check - < \"$data/good.xml
 expect check_stdin_names_it 1 - bash -c "\"$marl\" check - < \"$data/mismatch.xml\""
 expect_grep check_stdin_position "$work/check_stdin_names_it.out" "^-:3:6: error 3002"
 
+printf '\xff\xfe\x3c' >"$work/odd-utf16.xml"
+expect check_undecodable 2 - "$marl" check "$work/odd-utf16.xml"
+expect_grep check_undecodable_says "$work/check_undecodable.err" "cannot be decoded"
+
 expect check_no_file 2 - "$marl" check
 expect unknown_command 2 - "$marl" frobnicate
 expect unknown_option 2 - "$marl" check --frobnicate "$data/good.xml"
