@@ -2,10 +2,13 @@
 BUILD_DIR          ?= build
 SANITIZE_BUILD_DIR ?= build-sanitize
 RELEASE_BUILD_DIR  ?= build-release
+FUZZ_BUILD_DIR     ?= build-fuzz
+FUZZ_SECONDS       ?= 900
+FUZZ_TARGETS       := fuzz_parse fuzz_encoding fuzz_path
 JOBS               ?= $(shell nproc 2>/dev/null || echo 2)
 MARL               := ./$(RELEASE_BUILD_DIR)/tools/marl
 
-.PHONY: all build test test-sanitize run bench deps clean
+.PHONY: all build test test-sanitize run bench fuzz deps clean
 
 all: build
 
@@ -43,5 +46,31 @@ bench: deps
 	cmake --build $(RELEASE_BUILD_DIR) -j $(JOBS) --target marl_parse_throughput
 	./$(RELEASE_BUILD_DIR)/bench/marl_parse_throughput 10 5
 
+# Each target runs FUZZ_SECONDS on a copy of its seeds, so that the corpus it grows stays out of
+# the tree, with fuzz/TARGET.dict when there is one; findings land in
+# $(FUZZ_BUILD_DIR)/artifacts-TARGET/.
+fuzz:
+	cmake -S . -B $(FUZZ_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+	  -DMARL_FUZZ=ON -DMARL_BUILD_TESTS=OFF
+	cmake --build $(FUZZ_BUILD_DIR) -j $(JOBS) --target $(FUZZ_TARGETS)
+	@for target in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ_BUILD_DIR)/corpus/$$target $(FUZZ_BUILD_DIR)/artifacts-$$target && \
+	  cp fuzz/corpus/$$target/* $(FUZZ_BUILD_DIR)/corpus/$$target/ && \
+	  echo "== $$target for $(FUZZ_SECONDS) s" && \
+	  ./$(FUZZ_BUILD_DIR)/fuzz/$$target -max_total_time=$(FUZZ_SECONDS) -timeout=20 \
+	    -rss_limit_mb=4096 -print_final_stats=1 \
+	    $$(test -f fuzz/$$target.dict && echo -dict=fuzz/$$target.dict) \
+	    -artifact_prefix=$(FUZZ_BUILD_DIR)/artifacts-$$target/ \
+	    $(FUZZ_BUILD_DIR)/corpus/$$target > $(FUZZ_BUILD_DIR)/$$target.log 2>&1; \
+	  status=$$?; \
+	  grep -E '^#[0-9]+[[:space:]]+[A-Z]+[[:space:]]+cov:' $(FUZZ_BUILD_DIR)/$$target.log | tail -n 1 \
+	    | sed -E 's/^#([0-9]+)[[:space:]]+[A-Z]+[[:space:]]+(cov: [0-9]+ ft: [0-9]+).*/   executions: \1  coverage: \2/'; \
+	  if [ $$status -ne 0 ]; then \
+	    echo "   FAILED (status $$status): see $(FUZZ_BUILD_DIR)/$$target.log"; \
+	    grep -E 'ERROR|SUMMARY|Test unit written' $(FUZZ_BUILD_DIR)/$$target.log | head -n 5; \
+	    failed=1; \
+	  fi; \
+	done; exit $${failed:-0}
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_BUILD_DIR) $(RELEASE_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_BUILD_DIR) $(RELEASE_BUILD_DIR) $(FUZZ_BUILD_DIR)

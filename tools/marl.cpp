@@ -36,6 +36,11 @@ char const* const c_parserOptions =
     "                             node, element, text: keep each reference as an entity\n"
     "                             reference node, a lex:entity-reference element or its text\n"
     "  --mode xml|sgml|noref      XML (default), SGML-flavoured forms, or no references\n"
+    "  --supply-defaults          give elements the default attributes their DTD declares\n"
+    "  --restricted               read no external DTD or entity and stop entity expansion\n"
+    "                             beyond the input size times the maximum expansion\n"
+    "  --max-expansion N          that maximum, with --restricted\n"
+    "  --no-dtd                   refuse any document type declaration\n"
     "  --trace LEVEL              library diagnostics on standard error: 1 fatal .. 4 info\n";
 
 char const* const c_checkUsage =
@@ -55,6 +60,8 @@ char const* const c_renderUsage =
     "  --pretty                   indent the elements\n"
     "  --encoding NAME            write in this encoding (utf-8 by default)\n"
     "  --no-declaration           leave out the XML declaration\n"
+    "  --expand                   write the external subset's declarations into the\n"
+    "                             internal subset and drop its identifier\n"
     "  -o OUT                     write to the file OUT instead of standard output\n";
 
 char const* const c_findUsage =
@@ -68,6 +75,11 @@ struct ParserSettings {
   unsigned char normalizing = 1;
   unsigned int resolveMode = 0x15;
   unsigned int mode = 0;
+  unsigned char supplyDefaults = 0;
+  // The stream's DTD restriction: 0 none, 1 restricted, 2 prohibited.
+  unsigned int dtdRestriction = 0;
+  // 0 keeps the stream's own maximum.
+  unsigned long maxExpansion = 0;
 };
 
 struct Options {
@@ -76,6 +88,7 @@ struct Options {
   bool rawPositions = false;
   bool pretty = false;
   bool declaration = true;
+  bool expand = false;
   std::string encoding;
   std::string output;
   std::vector<std::string> operands;
@@ -155,6 +168,16 @@ Options parseOptions(std::string const& command, int argc, char** argv, int firs
       options.parser.resolveMode = resolveModeFor(valueOf(index, argument));
     } else if (argument == "--mode") {
       options.parser.mode = modeFor(valueOf(index, argument));
+    } else if (argument == "--supply-defaults") {
+      options.parser.supplyDefaults = 1;
+    } else if (argument == "--restricted") {
+      options.parser.dtdRestriction = 1;
+    } else if (argument == "--max-expansion") {
+      options.parser.maxExpansion = numberFor(argument, valueOf(index, argument), 0xFFFFFFFFul);
+    } else if (argument == "--no-dtd") {
+      options.parser.dtdRestriction = 2;
+    } else if (argument == "--expand" && command == "render") {
+      options.expand = true;
     } else if (argument == "--trace") {
       MarlTrace__setLevel(static_cast<unsigned int>(numberFor(argument, valueOf(index, argument), 4)), 0);
     } else if (argument == "--raw-positions" && command == "check") {
@@ -216,6 +239,8 @@ bool parse(Marl const& marl, std::string const& name, ParserSettings const& sett
   rawstring stdinBytes;
   MarlIStream input = openInput(marl, name, stdinBytes);
   if (!input) return false;
+  input.setDtdRestriction(settings.dtdRestriction);
+  if (settings.maxExpansion) input.setMaxExpansion(static_cast<unsigned int>(settings.maxExpansion));
   parsed.document = marl.createDocument();
   if (parsed.document)
     parsed.parser = marl.createParser(marl.createStreamFactory(), input, parsed.document);
@@ -230,6 +255,7 @@ bool parse(Marl const& marl, std::string const& name, ParserSettings const& sett
   parsed.parser.setNormalizing(settings.normalizing);
   parsed.parser.setResolveMode(settings.resolveMode);
   parsed.parser.setMode(settings.mode);
+  parsed.parser.setSupplyAttrDefaults(settings.supplyDefaults);
   parsed.result = parsed.parser.parse();
   return true;
 }
@@ -339,6 +365,7 @@ int runRender(Marl const& marl, Options const& options) {
     }
   }
   parsed.document.setDeclaration(options.declaration ? 1 : 0);
+  if (options.expand) parsed.document.expand();
   MarlRenderer renderer = marl.createRenderer(output.stream, parsed.document);
   if (!renderer) {
     std::fprintf(stderr, "marl: out of memory\n");

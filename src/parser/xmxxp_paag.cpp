@@ -6,9 +6,12 @@
 
 #include "dom/xmxxo_attr.h"
 #include "dom/xmxxo_elem.h"
+#include "dtd/xmxxo_atld.h"
+#include "dtd/xmxxo_atrd.h"
 #include "dtd/xmxxo_doct.h"
 #include "dtd/xmxxu_atdf.h"
 #include "dtd/xmxxu_strp.h"
+#include "streams/xmxxu_strm.h"
 #include "text/xmxxs_char.h"
 #include "text/xmxxu_enco.h"
 #include "text/xmxxu_stri.h"
@@ -37,8 +40,21 @@ enum EventType : unsigned int {
   eventPIParsedPre = 0x2000,
   eventPIParsedPost = 0x4000,
   eventCDATAPost = 0x10000,
+  eventDocumentTypePre = 0x20000,
+  eventDocumentTypePost = 0x40000,
   eventEntityRefPre = 0x80000,
   eventEntityRefPost = 0x100000,
+  eventCondDTDSectionPre = 0x200000,
+  eventCondDTDSectionPost = 0x400000,
+  eventElementDeclPre = 0x800000,
+  eventElementDeclPost = 0x1000000,
+  // Attribute declarations share the numbers of their lists.
+  eventAttListDeclPre = 0x2000000,
+  eventAttListDeclPost = 0x4000000,
+  eventEntityDeclPre = 0x8000000,
+  eventEntityDeclPost = 0x10000000,
+  eventNotationDeclPre = 0x20000000,
+  eventNotationDeclPost = 0x40000000,
 };
 
 // The value type CDATA of an attribute declaration.
@@ -347,7 +363,10 @@ void CMarlParseAgent::parseAttValue(std::wstring& out, unsigned int type) {
         parser->pushEntity(0, parser->scratchName, literalState);
         accept();
         break;
+      // An entity end counts here as in content, so that entities of nothing but references
+      // cannot multiply unchecked.
       case CToken::TOK_ENTITY_END:
+        parser->checkExpansion(1);
         accept();
         break;
       case CToken::TOK_SQ_CLOSE:
@@ -415,6 +434,14 @@ bool CMarlParseAgent::isPredefinedReference() const noexcept {
          token.compare(L"&quot;", 6) == 0;
 }
 
+// The first token of an external entity pushed by a reference; the document entity has its
+// own name and is read by the prolog.
+bool CMarlParseAgent::opensExternalEntity() const {
+  CMarlGEntity const* reading = scanner->entity._impl();
+  return scanner->token.offset == 0 && reading && reading->getType() == 0 &&
+         reading->getName() == parser->externalEntityString;
+}
+
 bool CMarlParseAgent::pushContentAgent() {
   switch (scanner->token.id) {
     case CToken::TOK_LT:
@@ -430,7 +457,10 @@ bool CMarlParseAgent::pushContentAgent() {
       parser->pushAgent<CMarlParseAgentPI>();
       return true;
     case CToken::TOK_XML_PI_START:
-      parser->pushAgent<CMarlParseAgentXmlDecl>();
+      if (opensExternalEntity())
+        parser->pushAgent<CMarlParseAgentTextDecl>();
+      else
+        parser->pushAgent<CMarlParseAgentXmlDecl>();
       return true;
     case CToken::TOK_CHARDATA:
     case CToken::TOK_CHARREF:
@@ -518,7 +548,7 @@ void CMarlParseAgentProlog::parseXmlDecl() {
 
 // Until this point the entity reads one character at a time, so that nothing is decoded ahead
 // in an encoding the declaration may still change.
-void CMarlParseAgentProlog::keepStreamEncoding() {
+void CMarlParseAgent::keepStreamEncoding() {
   MarlGEntityExtParsed entity(scanner->entity);
   if (!entity) return;
   MarlIStream stream = entity.getIStream();
@@ -561,14 +591,16 @@ void CMarlParseAgentProlog::decideEncoding() {
   document->setEncoding(chosen);
 }
 
-// A document type declaration would be read by the declaration agents, which do not exist
-// yet: until they do, the keyword is refused as a symbol the prolog cannot take.
+// The agents run in reverse order of their pushes: the declaration, then what follows it.
 void CMarlParseAgentProlog::parse_s2() {
-  if (scanner->token.id == CToken::TOK_DOCTYPE)
-    report(c_error, 3000, L"unexpected symbol: '%s'", tokenText().c_str());
+  state = &CMarlParseAgentProlog::parse_slast;
+  if (scanner->token.id == CToken::TOK_DOCTYPE) {
+    parser->pushAgent<CMarlParseAgentMisc>();
+    parser->pushAgent<CMarlParseAgentDocTypeDecl>();
+    return;
+  }
   if (scanner->normalizingAtt)
     report(c_warning, 6900, L"no DTD, type CDATA is used for attributes");
-  state = &CMarlParseAgentProlog::parse_slast;
 }
 
 void CMarlParseAgentProlog::parse_slast() {
@@ -1059,5 +1091,723 @@ void CMarlParseAgentEntityRef::parse_slast() {
     if (node) parser->popParent();
   }
   if (node) fire(eventEntityRefPost, node);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentDocTypeDecl
+
+void CMarlParseAgentDocTypeDecl::parse_sfirst() {
+  accept(CToken::TOK_DOCTYPE);
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  parseQName(name, prefix);
+  MarlDocumentType& type = parser->documentType;
+  if (!type) {
+    type = required(document->createDocumentType(name, prefix));
+    document->setDocumentType(type);
+  }
+  type.setExplicit(1);
+  type.setName(name);
+  type.setNamespacePrefix(prefix);
+  setPosition(type);
+  // A document parsed into a second time holds its document type already; listing it again
+  // would tie its sibling chain into a ring.
+  if (parser->domGenerating && !parser->parents.empty() && !type.getParent())
+    parser->parents.back().appendChild(type, 1);
+  fire(eventDocumentTypePre, type);
+  parser->pushParent(type);
+  state = &CMarlParseAgentDocTypeDecl::parse_s2;
+}
+
+// The keyword and the name are read before a prohibited stream is refused.
+void CMarlParseAgentDocTypeDecl::parse_s2() {
+  if (parser->iStream && parser->iStream->isDtdProhibited())
+    report(c_error, 4003, L"Marl configuration has prohibited the usage of DTDs");
+  MarlDocumentType& type = parser->documentType;
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_NAME) {
+    external = 1;
+    std::wstring systemId;
+    if (acceptName(L"SYSTEM", 6, 0)) {
+      parseSystemLiteral(systemId);
+    } else if (acceptName(L"PUBLIC", 6, 0)) {
+      std::wstring publicId;
+      parsePubidLiteral(publicId);
+      parseSystemLiteral(systemId);
+      type.setPublicId(publicId);
+    } else {
+      report(c_error, 3001, L"symbol 'SYSTEM' or 'PUBLIC' expected");
+    }
+    type.setSystemId(systemId);
+  }
+  if (token.id == CToken::TOK_LBRACKET) {
+    accept();
+    internalSubset = 1;
+    parser->inExternalSubset = 0;
+    state = &CMarlParseAgentDocTypeDecl::parse_s3;
+  } else {
+    internalSubset = 0;
+    parser->inExternalSubset = 1;
+    state = &CMarlParseAgentDocTypeDecl::parse_s4;
+  }
+}
+
+void CMarlParseAgentDocTypeDecl::parse_s3() {
+  state = &CMarlParseAgentDocTypeDecl::parse_s4;
+  parser->pushAgent<CMarlParseAgentMarkupDecl>();
+}
+
+// The closing '>' is the token when the subset is pushed, and the scanner gives it back when
+// the subset ends.
+void CMarlParseAgentDocTypeDecl::parse_s4() {
+  if (internalSubset) accept(CToken::TOK_RBRACKET);
+  state = &CMarlParseAgentDocTypeDecl::parse_slast;
+  if (!external) return;
+  parser->inExternalSubset = 1;
+  internalSubset = 0;
+  MarlDocumentType const& type = parser->documentType;
+  unsigned char const mustExist = parser->validating && !parser->softValidation;
+  if (parser->pushEntity(type.getSystemId(), type.getPublicId(), mustExist,
+                         CMarlScanner::STATE_DTD)) {
+    parser->pushAgent<CMarlParseAgentExtSubset>();
+    ++*scanner;
+  }
+}
+
+void CMarlParseAgentDocTypeDecl::parse_slast() {
+  accept(CToken::TOK_GT);
+  fire(eventDocumentTypePost, parser->documentType);
+  parser->popParent();
+  parser->inExternalSubset = 0;
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentMarkupDecl
+
+void CMarlParseAgentMarkupDecl::parse() {
+  switch (scanner->token.id) {
+    case CToken::TOK_COMMENT_START:
+      parser->pushAgent<CMarlParseAgentComment>();
+      return;
+    case CToken::TOK_COND_START:
+      parser->pushAgent<CMarlParseAgentCondDTDSection>();
+      return;
+    case CToken::TOK_ATTLIST:
+      parser->pushAgent<CMarlParseAgentAttlistDecl>();
+      return;
+    case CToken::TOK_ELEMENT:
+      parser->pushAgent<CMarlParseAgentElementDecl>();
+      return;
+    case CToken::TOK_ENTITY:
+      parser->pushAgent<CMarlParseAgentEntityDecl>();
+      return;
+    case CToken::TOK_NOTATION:
+      parser->pushAgent<CMarlParseAgentNotationDecl>();
+      return;
+    case CToken::TOK_PI_START:
+      parser->pushAgent<CMarlParseAgentPI>();
+      return;
+    case CToken::TOK_XML_PI_START:
+      parser->pushAgent<CMarlParseAgentXmlDecl>();
+      return;
+    default:
+      removeSelf();
+      return;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentExtSubset
+
+// The text declaration lies above the declarations and so runs first.
+void CMarlParseAgentExtSubset::parse_sfirst() {
+  state = &CMarlParseAgentExtSubset::parse_slast;
+  parser->pushAgent<CMarlParseAgentMarkupDecl>();
+  if (scanner->token.id == CToken::TOK_XML_PI_START)
+    parser->pushAgent<CMarlParseAgentTextDecl>();
+  else
+    keepStreamEncoding();
+}
+
+void CMarlParseAgentExtSubset::parse_slast() {
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentTextDecl
+
+void CMarlParseAgentTextDecl::parse() {
+  accept(CToken::TOK_XML_PI_START);
+  acceptName(L"xml", 3, 1);
+  if (acceptName(L"version", 7, 0)) {
+    accept(CToken::TOK_EQ);
+    parseVersion(parser->scratchValue);
+  }
+  std::wstring& declared = parser->scratchEncoding;
+  declared.clear();
+  if (acceptName(L"encoding", 8, 1)) {
+    accept(CToken::TOK_EQ);
+    parseEncName(declared);
+  }
+  MarlGEntityExtParsed entity(scanner->entity);
+  if (entity && declared.empty()) {
+    keepStreamEncoding();
+  } else if (entity) {
+    MarlIStream stream = entity.getIStream();
+    MarlEncoding streamEncoding = stream ? stream.getEncoding() : MarlEncoding();
+    entity.setEncoding(createEncoding(declared, streamEncoding ? streamEncoding.getByteOrder()
+                                                               : MarlEncoding::BYTEORDER_NONE));
+  }
+  accept(CToken::TOK_PI_END);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentCondDTDSection
+
+void CMarlParseAgentCondDTDSection::parse_sfirst() {
+  accept(CToken::TOK_COND_START);
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_NAME && token.compare(L"INCLUDE", 7) == 0)
+    state = &CMarlParseAgentCondDTDSection::parse_s2;
+  else if (token.id == CToken::TOK_NAME && token.compare(L"IGNORE", 6) == 0)
+    state = &CMarlParseAgentCondDTDSection::parse_s3;
+  else
+    report(c_error, 3003, L"symbol 'INCLUDE' or 'IGNORE' expected");
+}
+
+void CMarlParseAgentCondDTDSection::parse_s2() {
+  MarlCondDTDSection section = required(parser->documentType.createCondDTDSection(1));
+  setPosition(section);
+  section.setExternal(parser->inExternalSubset);
+  linkNode(section);
+  accept();
+  accept(CToken::TOK_LBRACKET);
+  parser->pushParent(section);
+  parser->pushAgent<CMarlParseAgentMarkupDecl>();
+  fire(eventCondDTDSectionPre, section);
+  state = &CMarlParseAgentCondDTDSection::parse_slast;
+}
+
+// The ignored text is read in a state of its own, pushed before the token behind '[' is
+// scanned; that state gives itself up before the closing "]]>".
+void CMarlParseAgentCondDTDSection::parse_s3() {
+  parser->inIgnoreSection = 1;
+  MarlCondDTDSection section = required(parser->documentType.createCondDTDSection(0));
+  setPosition(section);
+  section.setExternal(parser->inExternalSubset);
+  linkNode(section);
+  accept();
+  scanner->pushState(CMarlScanner::STATE_IGNORE);
+  accept(CToken::TOK_LBRACKET);
+  CToken const& token = scanner->token;
+  std::wstring& text = parser->scratchText;
+  text.clear();
+  while (token.id == CToken::TOK_DATA) {
+    text.append(token.text, token.length);
+    accept();
+  }
+  section.setValue(text);
+  parser->pushParent(section);
+  fire(eventCondDTDSectionPre, section);
+  state = &CMarlParseAgentCondDTDSection::parse_slast;
+}
+
+// The "<![" pushed a declaration state that no '>' takes back: it is given up here, before
+// the token behind "]]>" is scanned, so that a run of sections does not eat up the depth
+// that entity references need.
+void CMarlParseAgentCondDTDSection::parse_slast() {
+  MarlNode section = parser->parents.empty() ? MarlNode() : parser->parents.back();
+  parser->popParent();
+  parser->inIgnoreSection = 0;
+  if (scanner->token.id == CToken::TOK_SECT_END) scanner->popState();
+  accept(CToken::TOK_SECT_END);
+  if (section) fire(eventCondDTDSectionPost, section);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentElementDecl
+
+void CMarlParseAgentElementDecl::parse_sfirst() {
+  accept(CToken::TOK_ELEMENT);
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  bool const nameGroup = parser->mode == 1 && scanner->token.id == CToken::TOK_LPAREN;
+  if (nameGroup) accept();
+  for (;;) {
+    parseQName(name, prefix);
+    MarlElementDecl named = required(parser->documentType.createElementDecl(name, prefix));
+    setPosition(named);
+    named.setExternal(parser->inExternalSubset);
+    if (decl)
+      group.push_back(named);
+    else
+      decl = named;
+    if (!nameGroup || scanner->token.id != CToken::TOK_BAR) break;
+    accept();
+  }
+  if (nameGroup) accept(CToken::TOK_RPAREN);
+  linkNode(decl);
+  fire(eventElementDeclPre, decl);
+  state = &CMarlParseAgentElementDecl::parse_slast;
+}
+
+void CMarlParseAgentElementDecl::parse_slast() {
+  if (parser->mode == 1) parseOmitSpec();
+  parser->pushParent(decl);
+  parseContentSpec();
+  if (parser->mode == 1) parseIncludeExcludeSpec();
+  parser->popParent();
+  accept(CToken::TOK_GT);
+  for (MarlElementDecl const& named : group) {
+    MarlNode copy = required(decl.clone(-1));
+    copy.setName(named.getName());
+    copy.setNamespacePrefix(named.getNamespacePrefix());
+    linkNode(copy);
+  }
+  fire(eventElementDeclPost, decl);
+  removeSelf();
+}
+
+// The declaration has no place for the omission flags, so they are read and dropped.
+void CMarlParseAgentElementDecl::parseOmitSpec() {
+  static unsigned int const c_numbers[] = {9998, 9999};
+  CToken const& token = scanner->token;
+  for (unsigned int number : c_numbers) {
+    bool const omission = token.id == CToken::TOK_MINUS ||
+                          (token.id == CToken::TOK_NAME &&
+                           (token.compare(L"o", 1) == 0 || token.compare(L"O", 1) == 0));
+    if (!omission) report(c_error, number, L"unexpected symbol; expected '-' or 'o'");
+    accept();
+  }
+}
+
+void CMarlParseAgentElementDecl::parseIncludeExcludeSpec() {
+  CToken const& token = scanner->token;
+  while (token.id == CToken::TOK_PLUS_PAREN || token.id == CToken::TOK_MINUS_PAREN) {
+    accept();
+    for (;;) {
+      parseQName(parser->scratchName, parser->scratchPrefix);
+      if (token.id != CToken::TOK_BAR) break;
+      accept();
+    }
+    accept(CToken::TOK_RPAREN);
+  }
+}
+
+void CMarlParseAgentElementDecl::parseContentSpec() {
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_LPAREN) {
+    accept();
+    if (parser->mode != 1 && token.id == CToken::TOK_HASH) {
+      decl.setContentSpec(MarlElementDecl::CS_MIXED);
+      parseMixed();
+      return;
+    }
+    decl.setContentSpec(MarlElementDecl::CS_CHILDREN);
+    decl.addContentParticle(parseChildren());
+    return;
+  }
+  if (token.id != CToken::TOK_NAME) {
+    report(c_error, 3009, L"unexpected symbol; expected 'ANY', 'EMPTY' or '('");
+    return;
+  }
+  if (acceptName(L"EMPTY", 5, 0))
+    decl.setContentSpec(MarlElementDecl::CS_EMPTY);
+  else if (acceptName(L"ANY", 3, 0))
+    decl.setContentSpec(MarlElementDecl::CS_ANY);
+  else if (!(parser->mode == 1 && acceptName(L"CDATA", 5, 0)))
+    report(c_error, 3008, L"unexpected symbol; expected 'ANY' or 'EMPTY'");
+}
+
+// The group starts as zero-or-more and a closing '*' sets it to one, as the numbers of the
+// declaration model have it.
+void CMarlParseAgentElementDecl::parseMixed() {
+  MarlContentParticle mixed = createParticle(parser->emptyString, parser->emptyString,
+                                             MarlContentParticle::OCC_ZERO_OR_MORE,
+                                             MarlContentParticle::GROUP_CHOICE);
+  decl.addContentParticle(mixed);
+  accept(CToken::TOK_HASH);
+  acceptName(L"PCDATA", 6, 1);
+  mixed.addContentParticle(createParticle(parser->pcdataString, parser->emptyString,
+                                          MarlContentParticle::OCC_ONE,
+                                          MarlContentParticle::GROUP_SEQUENCE));
+  CToken const& token = scanner->token;
+  if (token.id != CToken::TOK_BAR) {
+    accept(CToken::TOK_RPAREN);
+    if (token.id == CToken::TOK_STAR) {
+      accept();
+      mixed.setOccurrence(MarlContentParticle::OCC_ONE);
+    }
+    return;
+  }
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  while (token.id == CToken::TOK_BAR) {
+    accept();
+    parseQName(name, prefix);
+    mixed.addContentParticle(createParticle(name, prefix, MarlContentParticle::OCC_ONE,
+                                            MarlContentParticle::GROUP_CHOICE));
+  }
+  accept(CToken::TOK_RPAREN);
+  accept(CToken::TOK_STAR);
+  mixed.setOccurrence(MarlContentParticle::OCC_ONE);
+}
+
+MarlContentParticle CMarlParseAgentElementDecl::parseChildren() {
+  MarlContentParticle particle = parseChoiceOrSeq();
+  parseOccurrence(particle);
+  return particle;
+}
+
+// The first separator fixes the one that loops, so "a,b|c" fails at the closing parenthesis.
+MarlContentParticle CMarlParseAgentElementDecl::parseChoiceOrSeq() {
+  MarlContentParticle grouped = createParticle(parser->emptyString, parser->emptyString,
+                                               MarlContentParticle::OCC_ONE,
+                                               MarlContentParticle::GROUP_SEQUENCE);
+  grouped.addContentParticle(parseCP());
+  CToken const& token = scanner->token;
+  Token const separator = token.id;
+  bool const loops = separator == CToken::TOK_BAR || separator == CToken::TOK_COMMA ||
+                     (parser->mode == 1 && separator == CToken::TOK_AMP);
+  if (loops) {
+    while (token.id == separator) {
+      accept();
+      grouped.addContentParticle(parseCP());
+    }
+    grouped.setGrouping(separator == CToken::TOK_COMMA ? MarlContentParticle::GROUP_SEQUENCE
+                                                       : MarlContentParticle::GROUP_CHOICE);
+  }
+  accept(CToken::TOK_RPAREN);
+  return grouped;
+}
+
+MarlContentParticle CMarlParseAgentElementDecl::parseCP() {
+  CToken const& token = scanner->token;
+  MarlContentParticle particle;
+  if (token.id == CToken::TOK_LPAREN) {
+    accept();
+    particle = parseChoiceOrSeq();
+  } else if (token.id == CToken::TOK_NAME || token.id == CToken::TOK_QNAME) {
+    std::wstring& name = parser->scratchName;
+    std::wstring& prefix = parser->scratchPrefix;
+    parseQName(name, prefix);
+    particle = createParticle(name, prefix, MarlContentParticle::OCC_ONE,
+                              MarlContentParticle::GROUP_SEQUENCE);
+  } else if (parser->mode == 1 && token.id == CToken::TOK_HASH) {
+    accept();
+    parseName(parser->scratchName);
+    particle = createParticle(parser->pcdataString, parser->emptyString,
+                              MarlContentParticle::OCC_ONE, MarlContentParticle::GROUP_SEQUENCE);
+  } else {
+    report(c_error, 3010, L"unexpected symbol; expected '(' or name");
+    return particle;
+  }
+  parseOccurrence(particle);
+  return particle;
+}
+
+void CMarlParseAgentElementDecl::parseOccurrence(MarlContentParticle& particle) {
+  switch (scanner->token.id) {
+    case CToken::TOK_QUESTION:
+      particle.setOccurrence(MarlContentParticle::OCC_OPTIONAL);
+      break;
+    case CToken::TOK_PLUS:
+      particle.setOccurrence(MarlContentParticle::OCC_ONE_OR_MORE);
+      break;
+    case CToken::TOK_STAR:
+      particle.setOccurrence(MarlContentParticle::OCC_ZERO_OR_MORE);
+      break;
+    default:
+      return;
+  }
+  accept();
+}
+
+MarlContentParticle CMarlParseAgentElementDecl::createParticle(
+    std::wstring const& name, std::wstring const& prefix,
+    MarlContentParticle::Occurrence occurrence, MarlContentParticle::Grouping grouping) {
+  MarlContentParticle particle =
+      required(parser->documentType.createContentParticle(name, prefix, occurrence, grouping));
+  setPosition(particle);
+  return particle;
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentAttlistDecl
+
+void CMarlParseAgentAttlistDecl::parse_sfirst() {
+  accept(CToken::TOK_ATTLIST);
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  bool const nameGroup = parser->mode == 1 && scanner->token.id == CToken::TOK_LPAREN;
+  if (nameGroup) accept();
+  for (;;) {
+    parseQName(name, prefix);
+    MarlAttListDecl named = required(parser->documentType.createAttListDecl(name, prefix));
+    setPosition(named);
+    named.setExternal(parser->inExternalSubset);
+    if (decl)
+      group.push_back(named);
+    else
+      decl = named;
+    if (!nameGroup || scanner->token.id != CToken::TOK_BAR) break;
+    accept();
+  }
+  if (nameGroup) accept(CToken::TOK_RPAREN);
+  linkNode(decl);
+  fire(eventAttListDeclPre, decl);
+  state = &CMarlParseAgentAttlistDecl::parse_s2;
+}
+
+void CMarlParseAgentAttlistDecl::parse_s2() {
+  Token const id = scanner->token.id;
+  if (id != CToken::TOK_NAME && id != CToken::TOK_QNAME) {
+    state = &CMarlParseAgentAttlistDecl::parse_slast;
+    return;
+  }
+  parseQName(parser->scratchName, parser->scratchPrefix);
+  attribute = required(
+      parser->documentType.createAttributeDecl(parser->scratchName, parser->scratchPrefix));
+  setPosition(attribute);
+  requireDone(decl.appendChild(attribute));
+  fire(eventAttListDeclPre, attribute);
+  state = &CMarlParseAgentAttlistDecl::parse_s3;
+}
+
+void CMarlParseAgentAttlistDecl::parse_s3() {
+  parseAttType();
+  parseDefaultDecl();
+  CMarlAttListDecl const* list = decl._impl();
+  CMarlAttributeDecl const* declared = attribute._impl();
+  if (attribute.getValueType() == MarlAttributeDecl::VT_ID && !parser->validator)
+    parser->insertIdAttribute(
+        {list->namespacePrefix, list->name, declared->namespacePrefix, declared->name});
+  MarlAttributeDecl::AttrDefault const kind = attribute.getAttrDefault();
+  bool const hasDefault = kind == MarlAttributeDecl::AD_VALUE || kind == MarlAttributeDecl::AD_FIXED;
+  if (parser->supplyAttrDefaults && hasDefault)
+    parser->documentType._impl()->insertDefaultAttributeValue(
+        decl.getName(), decl.getNamespacePrefix(), attribute.getName(),
+        attribute.getNamespacePrefix(), *CMarl::instance().intern(attribute.getDefaultValue()));
+  fire(eventAttListDeclPost, attribute);
+  state = &CMarlParseAgentAttlistDecl::parse_s2;
+}
+
+// The SGML types NUMBER and NAME are tokens: they are kept as NMTOKEN, so that their
+// defaults are normalised as tokens are.
+void CMarlParseAgentAttlistDecl::parseAttType() {
+  struct TypeName {
+    wchar_t const* text;
+    unsigned int length;
+    MarlAttributeDecl::ValueType type;
+    bool sgmlOnly;
+  };
+  static TypeName const c_types[] = {
+      {L"CDATA", 5, MarlAttributeDecl::VT_CDATA, false},
+      {L"NUMBER", 6, MarlAttributeDecl::VT_NMTOKEN, true},
+      {L"ID", 2, MarlAttributeDecl::VT_ID, false},
+      {L"IDREF", 5, MarlAttributeDecl::VT_IDREF, false},
+      {L"IDREFS", 6, MarlAttributeDecl::VT_IDREFS, false},
+      {L"ENTITY", 6, MarlAttributeDecl::VT_ENTITY, false},
+      {L"ENTITIES", 8, MarlAttributeDecl::VT_ENTITIES, false},
+      {L"NMTOKEN", 7, MarlAttributeDecl::VT_NMTOKEN, false},
+      {L"NMTOKENS", 8, MarlAttributeDecl::VT_NMTOKENS, false},
+      {L"NAME", 4, MarlAttributeDecl::VT_NMTOKEN, true},
+      {L"NOTATION", 8, MarlAttributeDecl::VT_NOTATION, false},
+  };
+  CToken const& token = scanner->token;
+  if (token.id == CToken::TOK_LPAREN) {
+    accept();
+    attribute.setValueType(MarlAttributeDecl::VT_ENUMERATION);
+    parseEnumeration(false);
+    return;
+  }
+  if (token.id != CToken::TOK_NAME) {
+    report(c_error, 3010, L"unexpected symbol; expected '(' or name");
+    return;
+  }
+  for (TypeName const& candidate : c_types) {
+    if (candidate.sgmlOnly && parser->mode != 1) continue;
+    if (!acceptName(candidate.text, candidate.length, 0)) continue;
+    attribute.setValueType(candidate.type);
+    if (candidate.type == MarlAttributeDecl::VT_NOTATION) {
+      accept(CToken::TOK_LPAREN);
+      parseEnumeration(true);
+    }
+    return;
+  }
+  report(c_error, 3012,
+         L"unexpected symbol; expected 'CDATA', 'ID', 'IDREF', 'IDREFS', 'ENTITY', 'ENTITIES', "
+         L"'NMTOKEN', 'NMTOKENS' or 'NOTATION'");
+}
+
+void CMarlParseAgentAttlistDecl::parseEnumeration(bool notation) {
+  std::wstring& value = parser->scratchValue;
+  for (;;) {
+    if (notation)
+      parseName(value);
+    else
+      parseNmToken(value);
+    if (!attribute.addEnumValue(value))
+      report(c_warning, 2001, L"enumerated value '%s' already defined; ignoring second occurance",
+             value.c_str());
+    if (scanner->token.id != CToken::TOK_BAR) break;
+    accept();
+  }
+  accept(CToken::TOK_RPAREN);
+}
+
+void CMarlParseAgentAttlistDecl::parseDefaultDecl() {
+  if (scanner->token.id == CToken::TOK_HASH) {
+    accept();
+    if (acceptName(L"REQUIRED", 8, 0)) {
+      attribute.setAttrDefault(MarlAttributeDecl::AD_REQUIRED);
+      return;
+    }
+    if (acceptName(L"IMPLIED", 7, 0)) {
+      attribute.setAttrDefault(MarlAttributeDecl::AD_IMPLIED);
+      return;
+    }
+    if (!acceptName(L"FIXED", 5, 0))
+      report(c_error, 3011, L"unexpected symbol; expected '#REQUIRED', '#IMPLIED' or '#FIXED'");
+    attribute.setAttrDefault(MarlAttributeDecl::AD_FIXED);
+  } else {
+    attribute.setAttrDefault(MarlAttributeDecl::AD_VALUE);
+  }
+  std::wstring& value = parser->scratchValue;
+  MarlAttributeDecl::ValueType const type = attribute.getValueType();
+  parseAttValue(value, type);
+  if (type != MarlAttributeDecl::VT_CDATA) normalize(value);
+  attribute.setDefaultValue(value);
+}
+
+void CMarlParseAgentAttlistDecl::parse_slast() {
+  accept(CToken::TOK_GT);
+  for (MarlAttListDecl const& named : group) {
+    MarlNode copy = required(decl.clone(-1));
+    copy.setName(named.getName());
+    copy.setNamespacePrefix(named.getNamespacePrefix());
+    linkNode(copy);
+  }
+  fire(eventAttListDeclPost, decl);
+  removeSelf();
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentEntityDecl
+
+void CMarlParseAgentEntityDecl::parse_sfirst() {
+  accept(CToken::TOK_ENTITY);
+  CToken const& token = scanner->token;
+  unsigned char const parameter = token.id == CToken::TOK_PERCENT ? 1 : 0;
+  if (parameter) accept();
+  std::wstring name;
+  parseName(name);
+  std::wstring systemId;
+  std::wstring publicId;
+  std::wstring notationName;
+  std::wstring value;
+  bool external = false;
+  if (token.id != CToken::TOK_NAME) {
+    parseEntityValue(value);
+  } else if (acceptName(L"SYSTEM", 6, 0)) {
+    external = true;
+    parseSystemLiteral(systemId);
+  } else if (acceptName(L"PUBLIC", 6, 0)) {
+    external = true;
+    parsePubidLiteral(publicId);
+    parseSystemLiteral(systemId);
+  } else if (parser->mode == 1 && acceptName(L"CDATA", 5, 0)) {
+    parseEntityValue(value);
+  } else {
+    report(c_error, 3001, L"symbol 'SYSTEM' or 'PUBLIC' expected");
+  }
+  if (external && !parameter && acceptName(L"NDATA", 5, 0)) parseName(notationName);
+  MarlDocumentType& type = parser->documentType;
+  decl = required(external
+                      ? type.createExtEntityDecl(parameter, name, systemId, publicId, notationName)
+                      : type.createIntEntityDecl(parameter, name, value));
+  accept(CToken::TOK_GT);
+  setPosition(decl);
+  decl.setExternal(parser->inExternalSubset);
+  linkNode(decl);
+  fire(eventEntityDeclPre, decl);
+  state = &CMarlParseAgentEntityDecl::parse_slast;
+}
+
+void CMarlParseAgentEntityDecl::parse_slast() {
+  fire(eventEntityDeclPost, decl);
+  removeSelf();
+}
+
+// General references stay as they stand, to be expanded where the entity is used; parameter
+// references were expanded by the scanner.
+void CMarlParseAgentEntityDecl::parseEntityValue(std::wstring& out) {
+  out.clear();
+  if (!isQuoteOpener()) {
+    report(c_error, 3018, L"entity value delimited by \" or ' expected");
+    return;
+  }
+  scanner->literalFlags = contentFlags();
+  accept();
+  CToken const& token = scanner->token;
+  for (;;) {
+    switch (token.id) {
+      case CToken::TOK_LITERAL:
+      case CToken::TOK_GEREF:
+        out.append(token.text, token.length);
+        accept();
+        break;
+      case CToken::TOK_CHARREF: {
+        wchar_t character = 0;
+        parseCharRef(&character);
+        out.push_back(character);
+        break;
+      }
+      case CToken::TOK_SQ_CLOSE:
+      case CToken::TOK_DQ_CLOSE:
+        accept();
+        return;
+      default:
+        report(c_error, 3006, L"invalid symbol '%s' in literal '%s'", tokenText().c_str(),
+               out.c_str());
+        return;
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// CMarlParseAgentNotationDecl
+
+void CMarlParseAgentNotationDecl::parse_sfirst() {
+  accept(CToken::TOK_NOTATION);
+  std::wstring name;
+  parseName(name);
+  std::wstring systemId;
+  std::wstring publicId;
+  if (scanner->token.id == CToken::TOK_NAME) {
+    if (acceptName(L"SYSTEM", 6, 0)) {
+      parseSystemLiteral(systemId);
+    } else if (acceptName(L"PUBLIC", 6, 0)) {
+      parsePubidLiteral(publicId);
+      if (isQuoteOpener()) parseSystemLiteral(systemId);
+    } else {
+      report(c_error, 3001, L"symbol 'SYSTEM' or 'PUBLIC' expected");
+    }
+  }
+  accept(CToken::TOK_GT);
+  decl = required(parser->documentType.createNotationDecl(name, systemId, publicId));
+  setPosition(decl);
+  decl.setExternal(parser->inExternalSubset);
+  linkNode(decl);
+  fire(eventNotationDeclPre, decl);
+  state = &CMarlParseAgentNotationDecl::parse_slast;
+}
+
+void CMarlParseAgentNotationDecl::parse_slast() {
+  fire(eventNotationDeclPost, decl);
   removeSelf();
 }

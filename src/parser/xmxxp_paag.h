@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "kernel/xmxxu_allo.h"
 #include "marl/declarations.h"
+#include "marl/doctype.h"
 #include "marl/document.h"
 #include "parser/xmxxp_pars.h"
 #include "parser/xmxxs_scan.h"
@@ -80,6 +82,14 @@ class CMarlParseAgent : public AllocPolicyRollArea {
   // Pushes the agent for the construct the token opens in content: false for a token that
   // opens none, which is left where it is.
   bool pushContentAgent();
+  // Whether the token opens an external parsed entity, where "<?xml" is its text declaration.
+  bool opensExternalEntity() const;
+  // Gives the external entity being read the encoding its stream runs on, or UTF-8, for an
+  // entity without a declaration of its own.
+  void keepStreamEncoding();
+  bool isQuoteOpener() const noexcept {
+    return scanner->token.id == CToken::TOK_SQ_OPEN || scanner->token.id == CToken::TOK_DQ_OPEN;
+  }
   // Ends the agent: nothing of it may be touched afterwards.
   void removeSelf() noexcept { parser->removeAgent(this); }
   void report(MarlParseError::Severity severity, unsigned int number, wchar_t const* format,
@@ -123,8 +133,6 @@ class CMarlParseAgentProlog : public CMarlParseAgent {
   void parseXmlDecl();
   // Gives the document entity and the document the encoding to read on with.
   void decideEncoding();
-  // The encoding the stream runs on, for a document without an XML declaration.
-  void keepStreamEncoding();
 
   void (CMarlParseAgentProlog::*state)();
 };
@@ -245,6 +253,151 @@ class CMarlParseAgentEntityRef : public CMarlParseAgent {
   void (CMarlParseAgentEntityRef::*state)();
   std::uint8_t expanded;
   MarlNode node;
+};
+
+// The document type declaration: its name and identifiers, the internal subset, then the
+// external one, so that the internal declarations bind first.
+class CMarlParseAgentDocTypeDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentDocTypeDecl(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner),
+        state(&CMarlParseAgentDocTypeDecl::parse_sfirst),
+        internalSubset(0),
+        external(0) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_s2();
+  void parse_s3();
+  void parse_s4();
+  void parse_slast();
+
+  void (CMarlParseAgentDocTypeDecl::*state)();
+  std::uint8_t internalSubset;
+  std::uint8_t external;
+};
+
+// Pushes the agent of the markup declaration the token opens; leaves any other token.
+class CMarlParseAgentMarkupDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentMarkupDecl(CMarlParser* owner) noexcept : CMarlParseAgent(owner) {}
+  void parse() override;
+};
+
+// The external subset: its text declaration, then its declarations.
+class CMarlParseAgentExtSubset : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentExtSubset(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentExtSubset::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_slast();
+
+  void (CMarlParseAgentExtSubset::*state)();
+};
+
+// The text declaration of an external entity, which must name its encoding.
+class CMarlParseAgentTextDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentTextDecl(CMarlParser* owner) noexcept : CMarlParseAgent(owner) {}
+  void parse() override;
+};
+
+// An INCLUDE section with its declarations, or an IGNORE section with its text kept.
+class CMarlParseAgentCondDTDSection : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentCondDTDSection(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentCondDTDSection::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_s2();
+  void parse_s3();
+  void parse_slast();
+
+  void (CMarlParseAgentCondDTDSection::*state)();
+};
+
+class CMarlParseAgentElementDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentElementDecl(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentElementDecl::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_slast();
+  void parseOmitSpec();
+  void parseIncludeExcludeSpec();
+  void parseContentSpec();
+  void parseMixed();
+  MarlContentParticle parseChildren();
+  MarlContentParticle parseChoiceOrSeq();
+  MarlContentParticle parseCP();
+  void parseOccurrence(MarlContentParticle& particle);
+  MarlContentParticle createParticle(std::wstring const& name, std::wstring const& prefix,
+                                     MarlContentParticle::Occurrence occurrence,
+                                     MarlContentParticle::Grouping grouping);
+
+  void (CMarlParseAgentElementDecl::*state)();
+  MarlElementDecl decl;
+  // The further names of a name group, declared alike at the end.
+  std::vector<MarlElementDecl, tova_alloc<MarlElementDecl>> group;
+};
+
+class CMarlParseAgentAttlistDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentAttlistDecl(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentAttlistDecl::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_s2();
+  void parse_s3();
+  void parse_slast();
+  void parseAttType();
+  void parseEnumeration(bool notation);
+  void parseDefaultDecl();
+
+  void (CMarlParseAgentAttlistDecl::*state)();
+  MarlAttListDecl decl;
+  MarlAttributeDecl attribute;
+  std::vector<MarlAttListDecl, tova_alloc<MarlAttListDecl>> group;
+};
+
+class CMarlParseAgentEntityDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentEntityDecl(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentEntityDecl::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_slast();
+  // The replacement text: character references expanded, general references kept as text.
+  void parseEntityValue(std::wstring& out);
+
+  void (CMarlParseAgentEntityDecl::*state)();
+  MarlEntityDecl decl;
+};
+
+class CMarlParseAgentNotationDecl : public CMarlParseAgent {
+ public:
+  explicit CMarlParseAgentNotationDecl(CMarlParser* owner) noexcept
+      : CMarlParseAgent(owner), state(&CMarlParseAgentNotationDecl::parse_sfirst) {}
+  void parse() override { (this->*state)(); }
+
+ private:
+  void parse_sfirst();
+  void parse_slast();
+
+  void (CMarlParseAgentNotationDecl::*state)();
+  MarlNotationDecl decl;
 };
 
 template <class Agent>

@@ -1,8 +1,11 @@
 #include "parser/xmxxp_pars.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -690,3 +693,229 @@ TEST_F(Parser, WantOfMemoryAtEveryPointOfARunGivesThirtyThousandOneWithoutLeaks)
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------------------
+// External subsets and external entities, in a folder tree written for the test
+
+namespace {
+
+class ExternalEntities : public Parser {
+ protected:
+  void SetUp() override {
+    Parser::SetUp();
+    char pattern[] = "/tmp/marl_external_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    folder = pattern;
+  }
+  void TearDown() override {
+    Parser::TearDown();
+    for (auto it = written.rbegin(); it != written.rend(); ++it) std::remove(it->c_str());
+    for (auto it = folders.rbegin(); it != folders.rend(); ++it) rmdir(it->c_str());
+    rmdir(folder.c_str());
+  }
+  // Writes the bytes to the path below the folder, making its folders.
+  void write(std::string const& relative, std::string const& bytes) {
+    std::size_t slash = 0;
+    while ((slash = relative.find('/', slash)) != std::string::npos) {
+      std::string const sub = folder + "/" + relative.substr(0, slash++);
+      if (mkdir(sub.c_str(), 0700) == 0) folders.push_back(sub);
+    }
+    std::string const path = folder + "/" + relative;
+    FILE* file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fclose(file);
+    written.push_back(path);
+  }
+  std::wstring path(std::string const& relative) const {
+    std::string const full = folder + "/" + relative;
+    return std::wstring(full.begin(), full.end());
+  }
+  // Parses the file, with the restriction set on its stream.
+  unsigned int parseFile(std::string const& relative, unsigned int restriction = 0) {
+    stream = factory.createIStreamURI(path(relative), L"");
+    EXPECT_TRUE(stream);
+    if (!stream) return 0xFFFFFFFFu;
+    stream.setDtdRestriction(restriction);
+    parser = marl.createParser(factory, stream, document);
+    return parser.parse();
+  }
+  std::wstring rendered() {
+    std::wstring text;
+    {
+      MarlOStream out = factory.createOStreamString(text);
+      EXPECT_EQ(marl.createRenderer(out, document).render(), 0);
+    }
+    return text;
+  }
+  std::wstring text() const {
+    MarlNode child = root().getFirstChild();
+    return child ? child.getValue() : L"<none>";
+  }
+
+  std::string folder;
+  std::vector<std::string> written;
+  std::vector<std::string> folders;
+};
+
+}  // namespace
+
+// A parameter entity resolves against the subset that references it; a general entity against
+// the document, where it is referenced, whatever declared it.
+TEST_F(ExternalEntities, RelativeIdentifiersResolveAgainstTheEntityBeingRead) {
+  write("doc/d.xml", "<!DOCTYPE a SYSTEM 'dtd/main.dtd' [<!ENTITY i 'inner'>]><a>&i;&t;</a>");
+  write("doc/dtd/main.dtd",
+        "<?xml version='1.0' encoding='utf-8'?>\n<!ENTITY % m SYSTEM 'mod/m.ent'>%m;"
+        "<!ENTITY i 'outer'>");
+  write("doc/dtd/mod/m.ent", "<!ENTITY t SYSTEM 'text/t.xml'><!ELEMENT a ANY>");
+  write("doc/text/t.xml", "<?xml encoding='utf-8'?>-t\xC3\xA9xt");
+  ASSERT_EQ(parseFile("doc/d.xml"), 0u);
+  EXPECT_TRUE(findings().empty()) << findings().size();
+  // The text declaration is read and leaves no node; the entity's text follows as a node of
+  // its own.
+  ASSERT_EQ(root().numChildren(), 2u);
+  EXPECT_EQ(text(), L"inner");
+  EXPECT_EQ(root().getLastChild().getValue(), L"-t\x00E9xt");
+  MarlDocumentType type = document.getDocumentType();
+  EXPECT_EQ(type.getSystemId(), L"dtd/main.dtd");
+  MarlEntityDecl declared(type.getEntities().getNamedItem(L"t", L""));
+  ASSERT_TRUE(declared);
+  EXPECT_EQ(declared.isExternal(), 1u);
+}
+
+TEST_F(ExternalEntities, FileIdentifiersWorkWithAndWithoutTheScheme) {
+  std::wstring const schemed = L"file://" + path("sub/schemed.ent");
+  write("sub/plain.dtd", "<!ENTITY % s SYSTEM '" + std::string(schemed.begin(), schemed.end()) +
+                             "'>%s;");
+  write("sub/schemed.ent", "<!ENTITY e 'from the scheme'>");
+  write("d.xml", "<!DOCTYPE a SYSTEM 'sub/plain.dtd'><a>&e;</a>");
+  ASSERT_EQ(parseFile("d.xml"), 0u) << ::testing::PrintToString(findings());
+  EXPECT_EQ(text(), L"from the scheme");
+}
+
+// Only the scheme marks an identifier as absolute: a path from the root without it is joined
+// to the folder of the entity being read.
+TEST_F(ExternalEntities, AnAbsolutePathWithoutTheSchemeIsJoinedToTheBase) {
+  std::wstring const absolute = path("x.dtd");
+  write("x.dtd", "<!ELEMENT a ANY>");
+  write("d.xml", "<!DOCTYPE a SYSTEM '" + std::string(absolute.begin(), absolute.end()) +
+                     "'><a/>");
+  ASSERT_EQ(parseFile("d.xml"), 0u);
+  EXPECT_EQ(onlyFinding().number, 3013u);
+}
+
+TEST_F(ExternalEntities, AMissingExternalSubsetIsAWarningAndTheDocumentIsRead) {
+  write("d.xml", "<!DOCTYPE a SYSTEM 'none.dtd'><a/>");
+  ASSERT_EQ(parseFile("d.xml"), 0u);
+  EXPECT_EQ(onlyFinding(),
+            (Finding{3013, 2, L"unable to retrieve external entity 'none.dtd'", 0, 29}));
+  EXPECT_TRUE(root());
+}
+
+TEST_F(ExternalEntities, AMissingExternalEntityInContentIsAnError) {
+  write("d.xml", "<!DOCTYPE a [<!ENTITY x SYSTEM 'none.xml'>]><a>&x;</a>");
+  EXPECT_EQ(parseFile("d.xml"), 0x30004u);
+  EXPECT_EQ(onlyFinding().reason, L"unable to retrieve external entity 'none.xml'");
+}
+
+TEST_F(ExternalEntities, TheExternalSubsetIsReadAfterTheInternalOne) {
+  write("d.dtd", "<!ENTITY e 'external'><!ENTITY f 'only external'><!ELEMENT a ANY>");
+  write("d.xml", "<!DOCTYPE a SYSTEM 'd.dtd' [<!ENTITY e 'internal'>]><a>&e;&f;</a>");
+  ASSERT_EQ(parseFile("d.xml"), 0u);
+  EXPECT_EQ(text(), L"internalonly external");
+}
+
+TEST_F(ExternalEntities, RenderingWritesTheInternalSubsetAndNeverTheExternalOne) {
+  write("d.dtd", "<!ELEMENT a ANY><!-- outside --><![IGNORE[ x ]]><![INCLUDE[<!ENTITY o 'o'>]]>");
+  write("d.xml", "<!DOCTYPE a SYSTEM 'd.dtd' [<!ENTITY e 'x'>]><a>&e;</a>");
+  ASSERT_EQ(parseFile("d.xml"), 0u);
+  std::wstring const out = rendered();
+  EXPECT_NE(out.find(L"<!ENTITY e"), std::wstring::npos);
+  EXPECT_EQ(out.find(L"ELEMENT"), std::wstring::npos) << std::string(out.begin(), out.end());
+  EXPECT_EQ(out.find(L"outside"), std::wstring::npos);
+  EXPECT_EQ(out.find(L"IGNORE"), std::wstring::npos);
+  EXPECT_EQ(out.find(L"INCLUDE"), std::wstring::npos);
+}
+
+TEST_F(ExternalEntities, ATextDeclarationMustNameItsEncoding) {
+  write("d.dtd", "<?xml version='1.0'?><!ELEMENT a ANY>");
+  write("d.xml", "<!DOCTYPE a SYSTEM 'd.dtd'><a/>");
+  EXPECT_EQ(parseFile("d.xml"), 0x30004u);
+  EXPECT_EQ(onlyFinding().number, 3020u);
+}
+
+TEST_F(ExternalEntities, ARestrictedStreamReadsNothingFromOutside) {
+  write("d.dtd", "<!ENTITY e 'external'>");
+  write("d.xml", "<!DOCTYPE a SYSTEM 'd.dtd' [<!ENTITY i 'internal'>]><a>&i;</a>");
+  ASSERT_EQ(parseFile("d.xml", 1), 0u);
+  EXPECT_EQ(onlyFinding().reason, L"unable to retrieve external entity 'd.dtd'");
+  EXPECT_EQ(text(), L"internal");
+  document = marl.createDocument();
+  write("e.xml", "<!DOCTYPE a [<!ENTITY x SYSTEM 'd.dtd'>]><a>&x;</a>");
+  EXPECT_EQ(parseFile("e.xml", 1), 0x30004u);
+  EXPECT_EQ(findings().back().number, 3013u);
+}
+
+TEST_F(ExternalEntities, AProhibitedStreamEndsAtTheDocumentType) {
+  write("d.xml", "<!DOCTYPE a [<!ENTITY i 'internal'>]><a>&i;</a>");
+  EXPECT_EQ(parseFile("d.xml", 2), 0x30004u);
+  EXPECT_EQ(onlyFinding(),
+            (Finding{4003, 3, L"Marl configuration has prohibited the usage of DTDs", 0, 12}));
+}
+
+// ---------------------------------------------------------------------------------------
+// Entity bombs on restricted streams
+
+namespace {
+
+std::wstring exponentialBomb(bool inAttribute) {
+  std::wstring text = L"<!DOCTYPE a [<!ENTITY e0 '" + std::wstring(inAttribute ? L"" : L"lol") +
+                      L"'>";
+  for (int level = 1; level <= 12; ++level) {
+    std::wstring const below = L"&e" + std::to_wstring(level - 1) + L";";
+    text += L"<!ENTITY e" + std::to_wstring(level) + L" '";
+    for (int copy = 0; copy < 10; ++copy) text += below;
+    text += L"'>";
+  }
+  return text + (inAttribute ? L"]><a v='&e12;'/>" : L"]><a>&e12;</a>");
+}
+
+}  // namespace
+
+class EntityBombs : public Parser {
+ protected:
+  unsigned int parseRestricted(std::wstring const& text) {
+    stream = factory.createIStreamString(text);
+    stream.setDtdRestriction(1);
+    parser = marl.createParser(factory, stream, document);
+    return parser.parse();
+  }
+  void expectStoppedEarly(std::wstring const& text) {
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(parseRestricted(text), 0x30004u);
+    auto const spent = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(std::chrono::duration_cast<std::chrono::seconds>(spent).count(), 5);
+    EXPECT_EQ(onlyFinding().reason, L"XML expansion exceeds Marl configuration");
+    EXPECT_EQ(findings().back().number, 4003u);
+  }
+};
+
+TEST_F(EntityBombs, AnExponentialBombInContentStopsEarly) {
+  expectStoppedEarly(exponentialBomb(false));
+}
+
+// Entities of nothing but references still count their ends.
+TEST_F(EntityBombs, AnExponentialBombOfEmptyEntitiesInAnAttributeStopsEarly) {
+  expectStoppedEarly(exponentialBomb(true));
+}
+
+TEST_F(EntityBombs, AQuadraticBombStopsEarly) {
+  std::wstring text = L"<!DOCTYPE a [<!ENTITY big '" + std::wstring(20000, L'x') + L"'>]><a>";
+  for (int copy = 0; copy < 20000; ++copy) text += L"&big;";
+  expectStoppedEarly(text + L"</a>");
+}
+
+TEST_F(EntityBombs, ModestUseOfEntitiesPassesOnARestrictedStream) {
+  EXPECT_EQ(parseRestricted(L"<!DOCTYPE a [<!ENTITY e 'abc'>]><a>&e;&e;&e;</a>"), 0u);
+  EXPECT_EQ(root().getFirstChild().getValue(), L"abcabcabc");
+}

@@ -121,5 +121,25 @@ expect bad_entity_refs 2 - "$marl" check --entity-refs=maybe "$data/good.xml"
 expect trace 1 - "$marl" check --trace 2 "$data/mismatch.xml"
 expect_grep trace_on_stderr "$work/trace.err" "marl parser"
 
+mkdir -p "$work/dtd/sub"
+printf '<!ATTLIST a d CDATA "given"><!ENTITY x "ext">\n' >"$work/dtd/sub/a.dtd"
+printf '<!DOCTYPE a SYSTEM "sub/a.dtd" [<!ENTITY i "in">]><a>&i;</a>' >"$work/dtd/doc.xml"
+expect dtd_plain 0 - "$marl" render --no-declaration "$work/dtd/doc.xml"
+expect_grep dtd_plain_keeps_internal "$work/dtd_plain.out" '<!ENTITY i "in">'
+expect_grep dtd_plain_no_default "$work/dtd_plain.out" '<a>in</a>'
+expect supply_defaults 0 - "$marl" render --supply-defaults "$work/dtd/doc.xml"
+if grep -q 'ATTLIST' "$work/supply_defaults.out"; then
+  echo "FAIL supply_defaults writes the external subset"; failed=$((failed + 1)); else passed=$((passed + 1)); fi
+expect render_expand 0 - "$marl" render --expand "$work/dtd/doc.xml"
+expect_grep render_expand_writes_external "$work/render_expand.out" '<!ATTLIST a'
+expect restricted 0 - "$marl" check --restricted "$work/dtd/doc.xml"
+expect_grep restricted_warns "$work/restricted.out" "warning 3013: unable to retrieve external entity 'sub/a.dtd'"
+printf '<!DOCTYPE a [<!ENTITY e0 "lol"><!ENTITY e1 "&e0;&e0;&e0;&e0;&e0;&e0;&e0;&e0;&e0;&e0;"><!ENTITY e2 "&e1;&e1;&e1;&e1;&e1;&e1;&e1;&e1;&e1;&e1;"><!ENTITY e3 "&e2;&e2;&e2;&e2;&e2;&e2;&e2;&e2;&e2;&e2;"><!ENTITY e4 "&e3;&e3;&e3;&e3;&e3;&e3;&e3;&e3;&e3;&e3;"><!ENTITY e5 "&e4;&e4;&e4;&e4;&e4;&e4;&e4;&e4;&e4;&e4;"><!ENTITY e6 "&e5;&e5;&e5;&e5;&e5;&e5;&e5;&e5;&e5;&e5;"><!ENTITY e7 "&e6;&e6;&e6;&e6;&e6;&e6;&e6;&e6;&e6;&e6;"><!ENTITY e8 "&e7;&e7;&e7;&e7;&e7;&e7;&e7;&e7;&e7;&e7;">]><a>&e8;</a>' >"$work/dtd/bomb.xml"
+expect restricted_bomb 1 - "$marl" check --restricted --max-expansion 2 "$work/dtd/bomb.xml"
+expect_grep restricted_bomb_says "$work/restricted_bomb.out" "error 4003: XML expansion exceeds Marl configuration"
+expect bad_max_expansion 2 - "$marl" check --restricted --max-expansion lots "$work/dtd/doc.xml"
+expect no_dtd 1 - "$marl" check --no-dtd "$work/dtd/doc.xml"
+expect_grep no_dtd_says "$work/no_dtd.out" "error 4003: Marl configuration has prohibited the usage of DTDs"
+
 echo "$passed passed, $failed failed"
 [ "$failed" = 0 ]
