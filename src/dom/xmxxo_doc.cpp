@@ -58,9 +58,13 @@ bool needsByteOrderMark(std::wstring const& encodingName) {
          encodingName == L"ucs-4";
 }
 
-void internalizeSubtree(CMarlNode* node) {
-  if (std::uint8_t* external = CMarlDocumentType::externalFlag(node)) *external = 0;
-  for (CMarlNode* child = node->firstChild; child; child = child->next) internalizeSubtree(child);
+// In document order, following the links rather than the call stack.
+void internalizeSubtree(CMarlNode* top) {
+  CMarlNode* node = top;
+  while (node) {
+    if (std::uint8_t* external = CMarlDocumentType::externalFlag(node)) *external = 0;
+    node = node->firstChild ? node->firstChild : CMarlNode::nextBeyond(node, top);
+  }
 }
 
 }  // namespace
@@ -93,12 +97,24 @@ CMarlDocument::CMarlDocument(CMarlDocument const& source, short depth)
       version(source.version),
       standalone(source.standalone),
       declaration(source.declaration),
-      encoding(copyEncoding(source.encoding)),
       idTable(nullptr),
       endTagLines(nullptr) {
   ownerDocument = this;
+}
+
+MarlNode CMarlDocument::copyAlone() const {
+  return createObject<MarlNode, CMarlDocument>(*this, 0);
+}
+
+// A copy whose nodes do not know their document is no copy: without memory for the walk
+// there is none.
+void CMarlDocument::copyRest(CMarlNode const& original) {
+  encoding = copyEncoding(static_cast<CMarlDocument const&>(original).encoding);
   // The type is shared, so these find the names taken and change no map.
   if (documentType) declarePredefinedEntities(*documentType._impl());
+  MarlNodeIterator walk = createIteratorFiltered(MarlNodeFilter(), 0);
+  if (!walk) throw std::bad_alloc();
+  setOwnerAlong(walk, this);
 }
 
 CMarlDocument::~CMarlDocument() {
@@ -131,18 +147,15 @@ unsigned int CMarlDocument::_queryClass() const {
 }
 
 MarlNode CMarlDocument::clone(int depth) const {
-  MarlDocument copy = createObject<MarlDocument, CMarlDocument>(*this, static_cast<short>(depth));
-  if (!copy) return copy;
-  // A copy whose nodes do not know their document is no copy: without memory for the walk
-  // there is none.
-  MarlNodeIterator walk = copy._impl()->createIteratorFiltered(MarlNodeFilter(), 0);
-  if (!walk) return MarlNode();
-  setOwnerAlong(walk, copy._impl());
-  return copy;
+  return cloneFinishedLast(*this, depth);
 }
 
 void CMarlDocument::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out) return;
+  renderSubtree(out, deep);
+}
+
+bool CMarlDocument::renderHead(MarlOStream const& out, unsigned char deep) const {
+  if (!out) return false;
   if (!out.getEncoding() && encoding) out.setEncoding(encoding);
   MarlEncoding streamEncoding = out.getEncoding();
   std::wstring encodingName;
@@ -166,11 +179,19 @@ void CMarlDocument::render(MarlOStream const& out, unsigned char deep) const {
     writeMarkup(out, L"?>");
     XMLOSManipEndl().manipulate(out);
   }
-  if (!deep) return;
-  for (CMarlNode const* child = firstChild; child; child = child->next) {
-    child->render(out, 1);
-    XMLOSManipEndl().manipulate(out);
-  }
+  return deep != 0;
+}
+
+// Each child is followed by a line break: the break before a later child is the one after
+// the child before it.
+bool CMarlDocument::renderBeforeChild(MarlOStream const& out, CMarlNode const&,
+                                      bool firstWritten) const {
+  if (!firstWritten) XMLOSManipEndl().manipulate(out);
+  return true;
+}
+
+void CMarlDocument::renderTail(MarlOStream const& out, bool anyWritten) const {
+  if (anyWritten) XMLOSManipEndl().manipulate(out);
 }
 
 std::wstring const& CMarlDocument::getName() const {

@@ -44,6 +44,8 @@ class EndTagLineTable : public CHashTable<std::pair<std::uint32_t, std::uint32_t
 class CMarlDocument : public CMarlNode {
  public:
   CMarlDocument();
+  // The copy without its encoding and predefined entities, which copyRest adds once the
+  // children are copied.
   CMarlDocument(CMarlDocument const& source, short depth);
   ~CMarlDocument() override;
 
@@ -54,6 +56,12 @@ class CMarlDocument : public CMarlNode {
   std::wstring const& getName() const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  MarlNode copyAlone() const override;
+  void copyRest(CMarlNode const& source) override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
 
   MarlElement getRootElement() const;
 

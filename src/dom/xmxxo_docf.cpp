@@ -18,11 +18,17 @@ MarlNode CMarlDocumentFragment::clone(int depth) const {
 // Written like the content of an element: the children in order, a line apart when pretty
 // printing. A fragment has no markup of its own, so alone it writes nothing.
 void CMarlDocumentFragment::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out || !deep) return;
-  for (CMarlNode const* child = firstChild; child; child = child->next) {
-    if (child != firstChild) XMLOSManipEndl().manipulate(out);
-    child->render(out, 1);
-  }
+  renderSubtree(out, deep);
+}
+
+bool CMarlDocumentFragment::renderHead(MarlOStream const& out, unsigned char deep) const {
+  return out && deep;
+}
+
+bool CMarlDocumentFragment::renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                                              bool) const {
+  if (&child != firstChild) XMLOSManipEndl().manipulate(out);
+  return true;
 }
 
 std::wstring const& CMarlDocumentFragment::getName() const {

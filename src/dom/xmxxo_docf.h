@@ -17,6 +17,9 @@ class CMarlDocumentFragment : public CMarlNode {
   std::wstring const& getName() const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
 };
 
 #endif

@@ -22,7 +22,15 @@ CMarlElement::CMarlElement(CMarlElement const& source, short depth)
       name(source.name),
       prefix(source.prefix),
       uri(source.uri),
-      namespaceContext(source.namespaceContext) {
+      namespaceContext(source.namespaceContext) {}
+
+MarlNode CMarlElement::copyAlone() const {
+  return createObject<MarlNode, CMarlElement>(*this, 0);
+}
+
+// The attributes are copied after the children, and numbered after them.
+void CMarlElement::copyRest(CMarlNode const& original) {
+  CMarlElement const& source = static_cast<CMarlElement const&>(original);
   if (source.isStale() || !source.attributes) return;
   attributes = createObject<MarlNamedNodeMap, CMarlNamedNodeMap>();
   if (!attributes) return;
@@ -77,17 +85,20 @@ unsigned int CMarlElement::setValue(std::wstring const& value) {
 }
 
 MarlNode CMarlElement::clone(int depth) const {
-  return createObject<MarlNode, CMarlElement>(*this, static_cast<short>(depth));
+  return cloneFinishedLast(*this, depth);
+}
+
+void CMarlElement::render(MarlOStream const& out, unsigned char deep) const {
+  renderSubtree(out, deep);
 }
 
 // The prefix is written as it was given, not looked up: an element is written as it was read.
 // Defaults of the document type are not written, so a map that was never made holds nothing
 // to write.
-void CMarlElement::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out) return;
-  std::wstring const& writtenPrefix = isStale() ? *emptyAtom() : *prefix;
+bool CMarlElement::renderHead(MarlOStream const& out, unsigned char deep) const {
+  if (!out) return false;
   writeMarkup(out, L"<");
-  writeQualifiedName(out, writtenPrefix, getName());
+  writeQualifiedName(out, isStale() ? *emptyAtom() : *prefix, getName());
   if (attributes) {
     for (MarlNode const& entry : attributes._impl()->entries) {
       CMarlNode const* node = entry._impl();
@@ -99,26 +110,41 @@ void CMarlElement::render(MarlOStream const& out, unsigned char deep) const {
   }
   if (!firstChild) {
     writeMarkup(out, L"/>");
-    return;
+    return false;
   }
   writeMarkup(out, L">");
-  if (deep) {
-    // Text alone stays on the line of its tags, where added white space would change it.
-    bool const textOnly = numChildren == 1 && (firstChild->getType() == MarlNode::nodeText ||
-                                               firstChild->getType() == MarlNode::nodeCDATA);
-    bool const indented = out.getPrettyPrint() && !textOnly;
-    if (indented) XMLOSManipIncIndent(1).manipulate(out);
-    for (CMarlNode const* child = firstChild; child; child = child->next) {
-      if (indented || child != firstChild) XMLOSManipEndl().manipulate(out);
-      child->render(out, 1);
-    }
-    if (indented) {
-      XMLOSManipDecIndent(1).manipulate(out);
-      XMLOSManipEndl().manipulate(out);
-    }
+  if (!deep) {
+    renderEndTag(out);
+    return false;
   }
+  if (indentsChildren(out)) XMLOSManipIncIndent(1).manipulate(out);
+  return true;
+}
+
+bool CMarlElement::renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                                     bool) const {
+  if (indentsChildren(out) || &child != firstChild) XMLOSManipEndl().manipulate(out);
+  return true;
+}
+
+void CMarlElement::renderTail(MarlOStream const& out, bool) const {
+  if (indentsChildren(out)) {
+    XMLOSManipDecIndent(1).manipulate(out);
+    XMLOSManipEndl().manipulate(out);
+  }
+  renderEndTag(out);
+}
+
+// Text alone stays on the line of its tags, where added white space would change it.
+bool CMarlElement::indentsChildren(MarlOStream const& out) const {
+  bool const textOnly = numChildren == 1 && (firstChild->getType() == MarlNode::nodeText ||
+                                             firstChild->getType() == MarlNode::nodeCDATA);
+  return out.getPrettyPrint() && !textOnly;
+}
+
+void CMarlElement::renderEndTag(MarlOStream const& out) const {
   writeMarkup(out, L"</");
-  writeQualifiedName(out, writtenPrefix, getName());
+  writeQualifiedName(out, isStale() ? *emptyAtom() : *prefix, getName());
   writeMarkup(out, L">");
 }
 
@@ -161,19 +187,89 @@ MarlNamespaceContext CMarlElement::getNamespaceContext() const {
       namespaceContext = createObject<MarlNamespaceContext, CMarlNamespaceContext>();
     return namespaceContext;
   }
-  // Defaults of the document type may declare namespaces. They go into the map before the
-  // context is built, since attaching a declaration drops the context being built.
-  if (!attributes && !isStale() && ownerDocument && ownerDocument->getDefaultAttributeTable())
-    initAttributes();
-  MarlElement parentElement(static_cast<CUnknown*>(parent));
-  if (parentElement)
-    namespaceContext = parentElement._impl()->getNamespaceContext();
-  else
-    namespaceContext = createObject<MarlNamespaceContext, CMarlNamespaceContext>();
-  if (!attributes) return namespaceContext;
-  if (isStale()) return namespaceContext;
-  bindDeclarations();
+  // The order is that of asking the parent element for its context, which asks its own, up
+  // to an ancestor element that has one or to the top element; the contexts are then built on
+  // the way back down. The walk follows the links instead of the call stack.
+  //
+  // On the way up each element makes its map. Defaults of the document type may declare
+  // namespaces. They go into the map before the context is built, since attaching a
+  // declaration drops the context being built. An element whose defaults depend on its own
+  // context (see awaitsContextForDefaults) makes its map on the way down instead.
+  CMarlElement const* top = this;
+  for (;;) {
+    if (top->needsDefaults() && !top->awaitsContextForDefaults()) top->initAttributes();
+    MarlElement parentElement(static_cast<CUnknown*>(top->parent));
+    if (!parentElement || parentElement._impl()->namespaceContext) break;
+    top = parentElement._impl();
+  }
+  MarlNamespaceContext inherited = top->askParentForNamespaceContext();
+  if (top == this) {
+    settleNamespaceContext(inherited);
+    return namespaceContext;
+  }
+  // The way down is found by turning the parent links of the way up round for a while, which
+  // needs no memory. Each element settles with its own link and that of its child on the way
+  // restored: what it may call walks its own subtree only, and does not enter that child,
+  // which has no context yet.
+  CMarlNode* below = nullptr;
+  for (CMarlNode* node = const_cast<CMarlElement*>(this); node != top;) {
+    CMarlNode* up = node->parent;
+    node->parent = below;
+    below = node;
+    node = up;
+  }
+  CMarlNode* settling = const_cast<CMarlElement*>(top);
+  CMarlNode* further = nullptr;  // the element after `below` on the way down
+  try {
+    for (;;) {
+      further = below ? below->parent : nullptr;
+      if (below) below->parent = settling;
+      static_cast<CMarlElement const*>(settling)->settleNamespaceContext(inherited);
+      if (!below) break;
+      inherited = static_cast<CMarlElement const*>(settling)->namespaceContext;
+      settling = below;
+      below = further;
+    }
+  } catch (...) {
+    for (CMarlNode* up = below; further;) {
+      CMarlNode* down = further->parent;
+      further->parent = up;
+      up = further;
+      further = down;
+    }
+    throw;
+  }
   return namespaceContext;
+}
+
+bool CMarlElement::needsDefaults() const {
+  return !attributes && !isStale() && ownerDocument && ownerDocument->getDefaultAttributeTable();
+}
+
+// Its defaults are looked up by its prefix, which for an element with a URI and no prefix
+// comes from its context: making the map asks for the context while it is being built.
+bool CMarlElement::awaitsContextForDefaults() const {
+  return !isStale() && prefix->empty() && !uri->empty();
+}
+
+MarlNamespaceContext CMarlElement::askParentForNamespaceContext() const {
+  MarlElement parentElement(static_cast<CUnknown*>(parent));
+  if (parentElement) return parentElement._impl()->getNamespaceContext();
+  return createObject<MarlNamespaceContext, CMarlNamespaceContext>();
+}
+
+// An element whose map waits for its context makes it here, with the context it inherits as
+// the answer of the inner request, and then asks its parent a second time, as the request
+// that began the making of the map does when it goes on.
+void CMarlElement::settleNamespaceContext(MarlNamespaceContext const& inherited) const {
+  namespaceContext = inherited;
+  if (needsDefaults() && awaitsContextForDefaults()) {
+    initAttributes();
+    if (attributes) namespaceContext = askParentForNamespaceContext();
+  }
+  if (!attributes) return;
+  if (isStale()) return;
+  bindDeclarations();
 }
 
 void CMarlElement::bindDeclarations() const {
@@ -352,29 +448,38 @@ unsigned char CMarlElement::contains(unsigned int mask) const {
 }
 
 // A run of text nodes collapses into its first node; CDATA sections and comments separate runs.
+// Element children are normalized in document order, each before the walk moves on past it,
+// following the links rather than the call stack.
 void CMarlElement::normalize() {
   CMarlNode* child = firstChild;
   while (child) {
-    if (child->getType() == MarlNode::nodeElement) {
-      static_cast<CMarlElement*>(child)->normalize();
-    } else if (child->getType() == MarlNode::nodeText && child->next &&
-               child->next->getType() == MarlNode::nodeText) {
+    if (child->getType() == MarlNode::nodeElement && child->firstChild) {
+      child = child->firstChild;
+      continue;
+    }
+    if (child->getType() == MarlNode::nodeText && child->next &&
+        child->next->getType() == MarlNode::nodeText) {
       std::wstring const& following = child->next->getValue();
       static_cast<CMarlText*>(child)->appendData(following.data(), following.size());
       child->next->removeNode();
       continue;
     }
-    child = child->next;
+    child = nextBeyond(child, this);
   }
 }
 
+// Only element children are entered: the text below other nodes does not count.
 void CMarlElement::getContentAsString(std::wstring& content) const {
-  for (CMarlNode const* child = firstChild; child; child = child->next) {
+  CMarlNode const* child = firstChild;
+  while (child) {
     unsigned int kind = child->getType();
-    if (kind == MarlNode::nodeText || kind == MarlNode::nodeCDATA)
+    if (kind == MarlNode::nodeText || kind == MarlNode::nodeCDATA) {
       content += child->getValue();
-    else if (kind == MarlNode::nodeElement)
-      static_cast<CMarlElement const*>(child)->getContentAsString(content);
+    } else if (kind == MarlNode::nodeElement && child->firstChild) {
+      child = child->firstChild;
+      continue;
+    }
+    child = nextBeyond(child, this);
   }
 }
 
@@ -400,11 +505,23 @@ MarlNamespaceContext CMarlElement::forkNamespaceContext() {
   return namespaceContext;
 }
 
+// Below an element that had no context, none has one to drop: the walk does not enter it.
 void CMarlElement::clearNamespaceContext() {
   if (!namespaceContext) return;
   namespaceContext = static_cast<CMarlNamespaceContext const*>(nullptr);
-  for (CMarlNode* child = firstChild; child; child = child->next)
-    if (child->getType() == MarlNode::nodeElement) static_cast<CMarlElement*>(child)->clearNamespaceContext();
+  CMarlNode* node = firstChild;
+  while (node) {
+    if (node->getType() == MarlNode::nodeElement) {
+      CMarlElement* element = static_cast<CMarlElement*>(node);
+      if (element->namespaceContext && element->firstChild) {
+        element->namespaceContext = static_cast<CMarlNamespaceContext const*>(nullptr);
+        node = element->firstChild;
+        continue;
+      }
+      element->namespaceContext = static_cast<CMarlNamespaceContext const*>(nullptr);
+    }
+    node = nextBeyond(node, this);
+  }
 }
 
 // ---------------------------------------------------------------------------------------
@@ -498,11 +615,7 @@ MarlElement CMarlElement::findRegistered(std::wstring const& wantedName,
         continue;
       }
     }
-    while (node != this && !node->next) {
-      node = node->parent;
-      --level;
-    }
-    node = node == this ? nullptr : node->next;
+    node = nextBeyond(node, this, level);
   }
   return MarlElement();
 }

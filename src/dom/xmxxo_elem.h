@@ -26,6 +26,7 @@ enum class PathOutcome { arrived, failed, moved, branched };
 class CMarlElement : public CMarlNode {
  public:
   CMarlElement(Atom name, Atom prefix, Atom uri);
+  // The copy without its attributes, which copyRest adds once the children are copied.
   CMarlElement(CMarlElement const& source, short depth);
   ~CMarlElement() override;
 
@@ -46,6 +47,12 @@ class CMarlElement : public CMarlNode {
   unsigned int getType() const override;
   MarlNamedNodeMap getAttributes() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  MarlNode copyAlone() const override;
+  void copyRest(CMarlNode const& source) override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
 
   std::wstring const& getAttribute(std::wstring const& name, std::wstring const& prefix) const;
   std::wstring const& getAttributeNS(std::wstring const& name, std::wstring const& uri) const;
@@ -124,6 +131,17 @@ class CMarlElement : public CMarlNode {
                             std::wstring const& value);
   // Binds the declarations among the attributes into a context of the element's own.
   void bindDeclarations() const;
+  // Whether the element has no map yet and its document's type has defaults for the map.
+  bool needsDefaults() const;
+  // Whether making the map needs the element's context: see getNamespaceContext.
+  bool awaitsContextForDefaults() const;
+  // The parent element's context, or a new one for an element without a parent element.
+  MarlNamespaceContext askParentForNamespaceContext() const;
+  // Gives the element `inherited`, the context of its parent, then binds its own declarations.
+  void settleNamespaceContext(MarlNamespaceContext const& inherited) const;
+  // Whether the children go on lines of their own, indented.
+  bool indentsChildren(MarlOStream const& out) const;
+  void renderEndTag(MarlOStream const& out) const;
 };
 
 class CFailedBranches;

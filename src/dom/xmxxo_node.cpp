@@ -38,6 +38,13 @@ CMarlNode const* positionHolder(CMarlNode const* node) {
   return node;
 }
 
+// Nodes whose last reference went while another node was being destroyed. Each is still
+// counted once, by this list, chained through its `next` link, and dies in the loop of the
+// outermost destructor: tearing down a tree of any depth thus nests no destructors. The
+// library runs on one thread at a time, so one list serves.
+CMarlNode* c_pendingTeardown = nullptr;
+bool c_tearingDown = false;
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------
@@ -52,19 +59,62 @@ CMarlNode::CMarlNode()
       GID(CMarlBase::instance().takeGID()),
       position(c_noPosition) {}
 
+// A failed copy ends the construction; the delegated constructor has run, so the destructor
+// then lets the copies made so far go.
 CMarlNode::CMarlNode(CMarlNode const& source, short depth) : CMarlNode() {
-  if (depth == 0) return;
-  for (CMarlNode* child = source.firstChild; child; child = child->next) {
-    // A failed copy ends the construction; the destructor then lets the copied children go.
-    MarlNode copy = child->clone(depth - 1);
+  if (depth != 0) copyDescendants(source, depth);
+}
+
+// The order is that of copying each child by clone(depth - 1): every copy is made before the
+// copies of its children and finished after them, so that numbers and allocations come as
+// they did. The walk follows the links of both trees instead of the call stack, and a
+// negative depth never runs out.
+void CMarlNode::copyDescendants(CMarlNode const& source, short depth) {
+  unsigned int const levels = depth < 0 ? UINT_MAX : static_cast<unsigned int>(depth);
+  unsigned int level = 1;  // of `original` below `source`
+  CMarlNode* into = this;  // the copy of the parent of `original`
+  CMarlNode const* original = source.firstChild;
+  while (original) {
+    MarlNode copy = original->copyAlone();
     if (!copy) throw std::bad_alloc();
-    copy._impl()->link(this, nullptr);
+    CMarlNode* made = copy._impl();
+    made->link(into, nullptr);
+    if (level < levels && original->firstChild) {
+      into = made;
+      original = original->firstChild;
+      ++level;
+      continue;
+    }
+    made->copyRest(*original);
+    while (!original->next) {
+      original = original->parent;
+      if (original == &source) return;
+      into->copyRest(*original);
+      into = into->parent;
+      --level;
+    }
+    original = original->next;
   }
 }
 
+MarlNode CMarlNode::copyAlone() const {
+  return clone(0);
+}
+
+void CMarlNode::copyRest(CMarlNode const&) {}
+
+// Only the outermost destructor runs the loop; those it sets off add to the list and return.
 CMarlNode::~CMarlNode() {
   releaseChildren();
   ownerDocument = nullptr;
+  if (c_tearingDown) return;
+  c_tearingDown = true;
+  while (CMarlNode* pending = c_pendingTeardown) {
+    c_pendingTeardown = pending->next;
+    pending->next = nullptr;
+    pending->release();
+  }
+  c_tearingDown = false;
 }
 
 // Cuts the children loose from the front. Each child's backward link is dropped in turn, which
@@ -75,12 +125,26 @@ void CMarlNode::releaseChildren() {
     CMarlNode* following = child->next;
     child->parent = nullptr;
     child->next = nullptr;
-    child->prev = static_cast<CMarlNode const*>(nullptr);
+    dropLink(child->prev);
     child = following;
   }
   firstChild = nullptr;
   numChildren = 0;
-  lastChild = static_cast<CMarlNode const*>(nullptr);
+  dropLink(lastChild);
+}
+
+// A node without children may die at once: its destructor frees no subtree.
+void CMarlNode::dropLink(MarlNode& link) noexcept {
+  CMarlNode* node = link._impl();
+  if (node && node->getRefCount() == 1 && node->firstChild) {
+    // The list takes over the link's count; the node is cut loose, so `next` is free.
+    node->addRef();
+    link = static_cast<CMarlNode const*>(nullptr);
+    node->next = c_pendingTeardown;
+    c_pendingTeardown = node;
+    return;
+  }
+  link = static_cast<CMarlNode const*>(nullptr);
 }
 
 unsigned int CMarlNode::setName(std::wstring const&) {
@@ -196,6 +260,47 @@ MarlDocument CMarlNode::getOwnerDocument() const {
   return MarlDocument(ownerDocument);
 }
 
+bool CMarlNode::renderHead(MarlOStream const& out, unsigned char deep) const {
+  render(out, deep);
+  return false;
+}
+
+bool CMarlNode::renderBeforeChild(MarlOStream const&, CMarlNode const&, bool) const {
+  return true;
+}
+
+void CMarlNode::renderTail(MarlOStream const&, bool) const {}
+
+// Writes in the order of a render that called render(out, 1) on each child it writes, but
+// follows the links instead of the call stack. Only the current level's "a child has been
+// written" needs keeping: the walk climbs back to a node only from a child it wrote.
+void CMarlNode::renderSubtree(MarlOStream const& out, unsigned char deep) const {
+  if (!renderHead(out, deep)) return;
+  CMarlNode const* node = this;
+  CMarlNode const* child = firstChild;
+  bool anyWritten = false;
+  for (;;) {
+    if (child) {
+      if (node->renderBeforeChild(out, *child, !anyWritten)) {
+        anyWritten = true;
+        if (child->renderHead(out, 1)) {
+          node = child;
+          child = node->firstChild;
+          anyWritten = false;
+          continue;
+        }
+      }
+      child = child->next;
+      continue;
+    }
+    node->renderTail(out, anyWritten);
+    if (node == this) return;
+    child = node->next;
+    node = node->parent;
+    anyWritten = true;
+  }
+}
+
 void writeQualifiedName(MarlOStream const& out, std::wstring const& prefix,
                         std::wstring const& name) {
   if (!prefix.empty()) {
@@ -238,17 +343,25 @@ MarlNode CMarlNode::unlink() {
 }
 
 void CMarlNode::adoptInto(CMarlDocument* document) {
-  // Pre-order over the subtree, following the links rather than the call stack.
   CMarlNode* node = this;
   while (node) {
     node->ownerDocument = document;
-    if (node->firstChild) {
-      node = node->firstChild;
-      continue;
-    }
-    while (node != this && !node->next) node = node->parent;
-    node = node == this ? nullptr : node->next;
+    node = node->firstChild ? node->firstChild : nextBeyond(node, this);
   }
+}
+
+CMarlNode* CMarlNode::nextBeyond(CMarlNode const* node, CMarlNode const* top,
+                                 unsigned int& level) noexcept {
+  while (node != top && !node->next) {
+    node = node->parent;
+    --level;
+  }
+  return node == top ? nullptr : node->next;
+}
+
+CMarlNode* CMarlNode::nextBeyond(CMarlNode const* node, CMarlNode const* top) noexcept {
+  unsigned int level = 0;
+  return nextBeyond(node, top, level);
 }
 
 bool CMarlNode::isStale() const noexcept {
@@ -269,9 +382,15 @@ unsigned int CMarlNode::getHeight() const {
 
 unsigned int CMarlNode::getDepth() const {
   unsigned int depth = 0;
-  for (CMarlNode const* child = firstChild; child; child = child->next) {
-    unsigned int below = child->getDepth() + 1;
-    if (below > depth) depth = below;
+  unsigned int level = 0;
+  CMarlNode const* node = this;
+  while (node) {
+    if (node->firstChild) {
+      node = node->firstChild;
+      if (++level > depth) depth = level;
+    } else {
+      node = nextBeyond(node, this, level);
+    }
   }
   return depth;
 }
@@ -283,16 +402,21 @@ unsigned char CMarlNode::hasAncestor(CMarlNode const* ancestor) const {
   return 0;
 }
 
+// Pre-order to `depth` levels below this node, as a search that recursed into each child with
+// the limit reduced by one would go.
 MarlNode CMarlNode::findFromGID(std::uint32_t gid, unsigned int depth) const {
   if (GID == gid) return MarlNode(const_cast<CMarlNode*>(this));
-  unsigned int limit = depth == 0 ? UINT_MAX : depth;
-  for (CMarlNode* child = firstChild; child; child = child->next) {
-    if (limit == 1) {
-      if (child->GID == gid) return MarlNode(child);
-      continue;
+  unsigned int const limit = depth == 0 ? UINT_MAX : depth;
+  unsigned int level = 1;
+  CMarlNode* node = firstChild;
+  while (node) {
+    if (node->GID == gid) return MarlNode(node);
+    if (level < limit && node->firstChild) {
+      node = node->firstChild;
+      ++level;
+    } else {
+      node = nextBeyond(node, this, level);
     }
-    MarlNode found = child->findFromGID(gid, limit - 1);
-    if (found) return found;
   }
   return MarlNode();
 }

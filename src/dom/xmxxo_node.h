@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -56,6 +57,24 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   // nothing.
   virtual void render(MarlOStream const& out, unsigned char deep) const = 0;
 
+  // The two parts of a copy, for the walk that copies a subtree: the node alone with a fresh
+  // number, made before its children are copied (clone(0) unless the class finishes later),
+  // and what its class copies from `source` once they are, nothing by default. Both throw
+  // bad_alloc.
+  virtual MarlNode copyAlone() const;
+  virtual void copyRest(CMarlNode const& source);
+
+  // The three parts of writing a node with its children, for the walk that writes a subtree
+  // (renderSubtree). renderHead writes what comes before the children and answers whether
+  // the children and renderTail follow; by default the node writes itself whole with render
+  // and has no children to write. renderBeforeChild writes what precedes `child`, which is
+  // the first to be written when `firstWritten`, and answers whether `child` is written.
+  // renderTail writes what follows the children, `anyWritten` telling whether one was.
+  virtual bool renderHead(MarlOStream const& out, unsigned char deep) const;
+  virtual bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                                 bool firstWritten) const;
+  virtual void renderTail(MarlOStream const& out, bool anyWritten) const;
+
   // Structure, read directly from the fields.
   MarlNode getRoot() const;
   unsigned int getHeight() const;
@@ -101,6 +120,15 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   void adoptInto(CMarlDocument* document);
   // Cuts all children loose, from the front.
   void releaseChildren();
+  // Writes this node and, when `deep`, its subtree through the three parts of rendering.
+  void renderSubtree(MarlOStream const& out, unsigned char deep) const;
+  // The node after `node` in a walk over the subtree of `top` in document order, when the
+  // walk does not enter, or is done with, the children of `node`: the next sibling of `node`
+  // or of its nearest ancestor below `top` that has one; null at the end of the subtree.
+  // `level`, the level below `top`, follows the climb.
+  static CMarlNode* nextBeyond(CMarlNode const* node, CMarlNode const* top,
+                               unsigned int& level) noexcept;
+  static CMarlNode* nextBeyond(CMarlNode const* node, CMarlNode const* top) noexcept;
   // True when the node's atoms did not come from the current string cache.
   bool isStale() const noexcept;
 
@@ -124,6 +152,12 @@ class CMarlNode : public CUnknown, public AllocPolicyRollArea {
   static Atom unknownAtom() { return CMarlBase::instance().unknownAtom; }
 
  private:
+  // Copies the subtree of `source` below this node, `depth` levels of it.
+  void copyDescendants(CMarlNode const& source, short depth);
+  // Lets go of the node that `link` holds. When that is its last reference and it has
+  // children, it waits for the teardown loop instead of dying here.
+  static void dropLink(MarlNode& link) noexcept;
+
   // The walk that gives `node`'s subtree this node's owner document once `node` stands before
   // `endMark`; empty when the two already share the owner. It is made before the node moves,
   // so that bad_alloc leaves the tree as it was.
@@ -141,6 +175,19 @@ inline void writeMarkup(MarlOStream const& out, std::wstring const& text) {
 // "prefix:name", or the name alone when the prefix is empty.
 void writeQualifiedName(MarlOStream const& out, std::wstring const& prefix,
                         std::wstring const& name);
+
+// The copy of `source` to `depth` levels for a class that finishes its copies with copyRest
+// once their children are copied: an empty handle when memory runs out.
+template <class Impl>
+MarlNode cloneFinishedLast(Impl const& source, int depth) {
+  try {
+    MarlNode copy(new Impl(source, static_cast<short>(depth)));
+    copy._impl()->copyRest(source);
+    return copy;
+  } catch (std::bad_alloc const&) {
+    return MarlNode();
+  }
+}
 
 // Allocates and constructs an object for a create operation: an empty handle when memory runs out.
 template <class Handle, class Impl, class... Args>

@@ -32,21 +32,30 @@ MarlNode CMarlAttListDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlAttListDecl>(*this, static_cast<short>(depth));
 }
 
-// Pretty printed, each attribute stands on a line of its own, ten blanks in.
 void CMarlAttListDecl::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out || external) return;
+  renderSubtree(out, deep);
+}
+
+bool CMarlAttListDecl::renderHead(MarlOStream const& out, unsigned char deep) const {
+  if (!out || external) return false;
   writeMarkup(out, L"<!ATTLIST ");
   writeQualifiedName(out, getNamespacePrefix(), getName());
-  if (deep) {
-    for (CMarlNode const* child = firstChild; child; child = child->next) {
-      if (out.getPrettyPrint()) {
-        XMLOSManipEndl().manipulate(out);
-        writeMarkup(out, L"         ");
-      }
-      writeMarkup(out, L" ");
-      child->render(out, 1);
-    }
+  if (deep) return true;
+  renderTail(out, false);
+  return false;
+}
+
+// Pretty printed, each attribute stands on a line of its own, ten blanks in.
+bool CMarlAttListDecl::renderBeforeChild(MarlOStream const& out, CMarlNode const&, bool) const {
+  if (out.getPrettyPrint()) {
+    XMLOSManipEndl().manipulate(out);
+    writeMarkup(out, L"         ");
   }
+  writeMarkup(out, L" ");
+  return true;
+}
+
+void CMarlAttListDecl::renderTail(MarlOStream const& out, bool) const {
   writeMarkup(out, L">");
   XMLOSManipEndl().manipulate(out);
 }

@@ -31,18 +31,25 @@ MarlNode CMarlCondDTDSection::clone(int depth) const {
 }
 
 void CMarlCondDTDSection::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out || external) return;
+  renderSubtree(out, deep);
+}
+
+// An IGNORE section writes its text, an INCLUDE section its children.
+bool CMarlCondDTDSection::renderHead(MarlOStream const& out, unsigned char deep) const {
+  if (!out || external) return false;
   if (includeSection)
     writeMarkup(out, L"<![INCLUDE[");
   else
     writeMarkup(out, L"<![IGNORE[");
   XMLOSManipIncIndent(1).manipulate(out);
   XMLOSManipEndl().manipulate(out);
-  if (!includeSection) {
-    writeMarkup(out, text);
-  } else if (deep) {
-    for (CMarlNode const* child = firstChild; child; child = child->next) child->render(out, 1);
-  }
+  if (includeSection && deep) return true;
+  if (!includeSection) writeMarkup(out, text);
+  renderTail(out, false);
+  return false;
+}
+
+void CMarlCondDTDSection::renderTail(MarlOStream const& out, bool) const {
   writeMarkup(out, L"]]>");
   XMLOSManipDecIndent(1).manipulate(out);
   XMLOSManipEndl().manipulate(out);

@@ -22,6 +22,8 @@ class CMarlCondDTDSection : public CMarlNode {
   void getValue(std::wstring& value) const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
 
   std::uint8_t includeSection;
   std::uint8_t external;

@@ -40,23 +40,38 @@ MarlNode CMarlContentParticle::clone(int depth) const {
   return createObject<MarlNode, CMarlContentParticle>(*this, static_cast<short>(depth));
 }
 
-void CMarlContentParticle::render(MarlOStream const& out, unsigned char) const {
-  if (!out) return;
+void CMarlContentParticle::render(MarlOStream const& out, unsigned char deep) const {
+  renderSubtree(out, deep);
+}
+
+// A particle writes its members whatever `deep` says: a group is nothing without them.
+bool CMarlContentParticle::renderHead(MarlOStream const& out, unsigned char) const {
+  if (!out) return false;
   if (!firstChild && !getName().empty()) {
     writeQualifiedName(out, getNamespacePrefix(), getName());
-  } else {
-    writeMarkup(out, L"(");
-    for (CMarlNode const* child = firstChild; child; child = child->next) {
-      if (child != firstChild) {
-        if (grouping == MarlContentParticle::GROUP_SEQUENCE)
-          writeMarkup(out, L", ");
-        else
-          writeMarkup(out, L" | ");
-      }
-      child->render(out, 1);
-    }
-    writeMarkup(out, L")");
+    renderOccurrence(out);
+    return false;
   }
+  writeMarkup(out, L"(");
+  return true;
+}
+
+bool CMarlContentParticle::renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                                             bool) const {
+  if (&child == firstChild) return true;
+  if (grouping == MarlContentParticle::GROUP_SEQUENCE)
+    writeMarkup(out, L", ");
+  else
+    writeMarkup(out, L" | ");
+  return true;
+}
+
+void CMarlContentParticle::renderTail(MarlOStream const& out, bool) const {
+  writeMarkup(out, L")");
+  renderOccurrence(out);
+}
+
+void CMarlContentParticle::renderOccurrence(MarlOStream const& out) const {
   switch (occurrence) {
     case MarlContentParticle::OCC_ZERO_OR_MORE:
       writeMarkup(out, L"*");

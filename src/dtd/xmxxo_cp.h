@@ -24,6 +24,11 @@ class CMarlContentParticle : public CMarlNode {
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
+  void renderOccurrence(MarlOStream const& out) const;
 
   unsigned int numContentParticles() const noexcept { return numChildren; }
   void addContentParticle(MarlContentParticle const& particle);

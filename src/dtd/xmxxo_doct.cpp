@@ -30,12 +30,18 @@ CMarlDocumentType::CMarlDocumentType(CMarlDocumentType const& source, short dept
       name(source.isStale() ? unknownAtom() : source.name),
       namespacePrefix(source.isStale() ? emptyAtom() : source.namespacePrefix),
       explicitDecl(source.explicitDecl),
-      defaultAttributes(source.defaultAttributes),
-      entities(new CMarlNamedNodeMap),
-      paramEntities(new CMarlNamedNodeMap),
-      notations(new CMarlNamedNodeMap) {
-  // Counted only here, once nothing can fail any more: a copy that was never finished runs no
-  // destructor to give the count back.
+      defaultAttributes(nullptr) {}
+
+MarlNode CMarlDocumentType::copyAlone() const {
+  return createObject<MarlNode, CMarlDocumentType>(*this, 0);
+}
+
+void CMarlDocumentType::copyRest(CMarlNode const& original) {
+  entities = MarlNamedNodeMap(new CMarlNamedNodeMap);
+  paramEntities = MarlNamedNodeMap(new CMarlNamedNodeMap);
+  notations = MarlNamedNodeMap(new CMarlNamedNodeMap);
+  // Counted only here, once nothing can fail any more.
+  defaultAttributes = static_cast<CMarlDocumentType const&>(original).defaultAttributes;
   if (defaultAttributes) ++defaultAttributes->shareCount;
 }
 
@@ -63,14 +69,18 @@ unsigned int CMarlDocumentType::setNamespacePrefix(std::wstring const& text) {
 }
 
 MarlNode CMarlDocumentType::clone(int depth) const {
-  return createObject<MarlNode, CMarlDocumentType>(*this, static_cast<short>(depth));
+  return cloneFinishedLast(*this, depth);
+}
+
+void CMarlDocumentType::render(MarlOStream const& out, unsigned char deep) const {
+  renderSubtree(out, deep);
 }
 
 // Only the internal subset is written: a reader finds the external one through the
 // identifiers. The closing bracket stands at the inner indentation and a blank follows the
 // final ">", as documents written so far have it.
-void CMarlDocumentType::render(MarlOStream const& out, unsigned char deep) const {
-  if (!out || !explicitDecl) return;
+bool CMarlDocumentType::renderHead(MarlOStream const& out, unsigned char deep) const {
+  if (!out || !explicitDecl) return false;
   writeMarkup(out, L"<!DOCTYPE ");
   writeQualifiedName(out, getNamespacePrefix(), getName());
   if (!systemId.empty()) {
@@ -85,23 +95,28 @@ void CMarlDocumentType::render(MarlOStream const& out, unsigned char deep) const
     XMLOSManipQuoted(1).manipulate(out);
     writeMarkup(out, systemId);
   }
-  if (deep) {
-    bool subsetOpen = false;
-    for (CMarlNode* child = firstChild; child; child = child->next) {
-      std::uint8_t const* external = externalFlag(child);
-      if (external && *external) continue;
-      if (!subsetOpen) {
-        writeMarkup(out, L" [");
-        XMLOSManipIncIndent(1).manipulate(out);
-        XMLOSManipEndl().manipulate(out);
-        subsetOpen = true;
-      }
-      child->render(out, 1);
-    }
-    if (subsetOpen) {
-      writeMarkup(out, L"]");
-      XMLOSManipDecIndent(1).manipulate(out);
-    }
+  if (deep) return true;
+  renderTail(out, false);
+  return false;
+}
+
+// The subset opens before the first declaration that is written.
+bool CMarlDocumentType::renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                                          bool firstWritten) const {
+  std::uint8_t const* external = externalFlag(const_cast<CMarlNode*>(&child));
+  if (external && *external) return false;
+  if (firstWritten) {
+    writeMarkup(out, L" [");
+    XMLOSManipIncIndent(1).manipulate(out);
+    XMLOSManipEndl().manipulate(out);
+  }
+  return true;
+}
+
+void CMarlDocumentType::renderTail(MarlOStream const& out, bool anyWritten) const {
+  if (anyWritten) {
+    writeMarkup(out, L"]");
+    XMLOSManipDecIndent(1).manipulate(out);
   }
   writeMarkup(out, L"> ");
   XMLOSManipEndl().manipulate(out);

@@ -17,7 +17,7 @@ class CMarlDocumentType : public CMarlNode {
  public:
   CMarlDocumentType(std::wstring const& doctypeName, std::wstring const& doctypePrefix);
   // Keeps the declarations (as children) and shares the defaults, but not the identifiers
-  // nor the maps.
+  // nor the maps. The maps and the defaults come with copyRest, once the children are copied.
   CMarlDocumentType(CMarlDocumentType const& source, short depth);
   ~CMarlDocumentType() override;
 
@@ -31,6 +31,12 @@ class CMarlDocumentType : public CMarlNode {
   std::wstring const& getNamespacePrefix() const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  MarlNode copyAlone() const override;
+  void copyRest(CMarlNode const& source) override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
 
   MarlElementDecl createElementDecl(std::wstring const& declName, std::wstring const& declPrefix);
   MarlAttListDecl createAttListDecl(std::wstring const& declName, std::wstring const& declPrefix);

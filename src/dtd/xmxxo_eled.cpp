@@ -23,10 +23,14 @@ MarlNode CMarlElementDecl::clone(int depth) const {
   return createObject<MarlNode, CMarlElementDecl>(*this, static_cast<short>(depth));
 }
 
+void CMarlElementDecl::render(MarlOStream const& out, unsigned char deep) const {
+  renderSubtree(out, deep);
+}
+
 // The declaration's own occurrence and grouping belong to no syntax: only its content model,
-// the first child, is written.
-void CMarlElementDecl::render(MarlOStream const& out, unsigned char) const {
-  if (!out || external) return;
+// the first child, is written, whatever `deep` says.
+bool CMarlElementDecl::renderHead(MarlOStream const& out, unsigned char) const {
+  if (!out || external) return false;
   writeMarkup(out, L"<!ELEMENT ");
   writeQualifiedName(out, getNamespacePrefix(), getName());
   switch (contentSpec) {
@@ -40,12 +44,22 @@ void CMarlElementDecl::render(MarlOStream const& out, unsigned char) const {
     case MarlElementDecl::CS_MIXED:
       if (firstChild && firstChild->_queryInterface(idContentParticle)) {
         writeMarkup(out, L" ");
-        firstChild->render(out, 1);
+        return true;
       }
       break;
     default:
       break;
   }
+  renderTail(out, false);
+  return false;
+}
+
+bool CMarlElementDecl::renderBeforeChild(MarlOStream const&, CMarlNode const& child,
+                                         bool) const {
+  return &child == firstChild;
+}
+
+void CMarlElementDecl::renderTail(MarlOStream const& out, bool) const {
   writeMarkup(out, L">");
   XMLOSManipEndl().manipulate(out);
 }

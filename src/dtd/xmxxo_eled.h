@@ -18,6 +18,10 @@ class CMarlElementDecl : public CMarlContentParticle {
   MarlNode clone(int depth) const override;
   unsigned int getType() const override;
   void render(MarlOStream const& out, unsigned char deep) const override;
+  bool renderHead(MarlOStream const& out, unsigned char deep) const override;
+  bool renderBeforeChild(MarlOStream const& out, CMarlNode const& child,
+                         bool firstWritten) const override;
+  void renderTail(MarlOStream const& out, bool anyWritten) const override;
 
   ContentSpec contentSpec;
   std::uint8_t external;

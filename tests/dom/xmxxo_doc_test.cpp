@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "dom/lookup_fixture.h"
 #include "dom/xmxxo_elem.h"
 #include "marl/marl.h"
@@ -481,6 +483,102 @@ TEST_F(DocumentLookup, ACollectionThatCannotBeMadeIsAnEmptyHandle) {
     testhost::AllocationFailure failure(0);
     EXPECT_FALSE(document.getElementsByTagName(L"r", L"", 0));
     EXPECT_FALSE(document.getElementsByTagNameNS(L"r", L"", 0));
+  }
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
+}
+
+// ---------------------------------------------------------------------------------------
+// Documents deeper than the call stack could follow
+
+namespace {
+
+constexpr unsigned int c_chainLength = 100000;
+
+class DeepDocument : public Document {
+ protected:
+  // A chain of elements "a" below the document, each the only child of the one before; the
+  // deepest.
+  MarlNode chain(unsigned int length) {
+    MarlNode deepest = document;
+    for (unsigned int i = 0; i < length; ++i) {
+      MarlElement next = document.createElement(L"a", L"");
+      deepest.appendChild(next, 0);
+      deepest = next;
+    }
+    return deepest;
+  }
+
+  // The document parsed from the text, and the parser's result.
+  unsigned int parseInto(MarlDocument const& target, std::string const& text) {
+    MarlStreamFactory factory = marl.createStreamFactory();
+    MarlIStream in = factory.createIStreamRawString(rawstring(text.begin(), text.end()));
+    MarlParser parser = marl.createParser(factory, in, target);
+    return parser ? parser.parse() : 1u;
+  }
+
+  static std::string nested(unsigned int depth) {
+    std::string text;
+    for (unsigned int i = 0; i < depth; ++i) text += "<a>";
+    for (unsigned int i = 0; i < depth; ++i) text += "</a>";
+    return text;
+  }
+
+  static MarlNode deepestOf(MarlNode node) {
+    while (node.getFirstChild()) node = node.getFirstChild();
+    return node;
+  }
+};
+
+}  // namespace
+
+TEST_F(DeepDocument, ACloneOfADocumentAHundredThousandDeepBelongsToTheCopyAllTheWayDown) {
+  chain(c_chainLength);
+  MarlDocument copy(document.clone(-1));
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy.getDepth(), c_chainLength);
+  MarlNode deepest = deepestOf(copy);
+  EXPECT_EQ(deepest.getHeight(), c_chainLength);
+  EXPECT_EQ(static_cast<CUnknown*>(deepest.getOwnerDocument()), static_cast<CUnknown*>(copy));
+}
+
+TEST_F(DeepDocument, ExpandReachesTheBottomOfADocumentAHundredThousandDeep) {
+  MarlComment comment = document.createComment(L"c");
+  comment.setExternal(1);
+  chain(c_chainLength).appendChild(comment, 0);
+  document.expand();
+  EXPECT_EQ(comment.isExternal(), 0);
+}
+
+TEST_F(DeepDocument, ADocumentParsedAHundredThousandDeepIsMeasuredSearchedCopiedWrittenAndDropped) {
+  {
+    MarlDocument warmUp = marl.createDocument();
+    ASSERT_EQ(parseInto(warmUp, nested(2)), 0u);
+  }
+  long before = testhost::outstandingBlocks();
+  {
+    MarlDocument parsed = marl.createDocument();
+    ASSERT_EQ(parseInto(parsed, nested(c_chainLength)), 0u);
+    EXPECT_EQ(parsed.getDepth(), c_chainLength);
+    MarlNode deepest = deepestOf(parsed);
+    EXPECT_EQ(deepest.getHeight(), c_chainLength);
+    EXPECT_EQ(static_cast<CUnknown*>(parsed.findFromGID(deepest.getGID(), 0)),
+              static_cast<CUnknown*>(deepest));
+    MarlElement root = parsed.getRootElement();
+    EXPECT_EQ(root.getElementsByTagName(L"a", L"", 0).getLength(), c_chainLength - 1);
+    EXPECT_EQ(deepest.getNamespaceURI(), L"");
+    EXPECT_EQ(parsed.clone(-1).getDepth(), c_chainLength);
+
+    std::wstring text;
+    {
+      MarlOStream out = marl.createStreamFactory().createOStreamString(text);
+      MarlRenderer renderer = marl.createRenderer(out, parsed);
+      ASSERT_TRUE(renderer);
+      EXPECT_EQ(renderer.render(), 0);
+    }
+    std::size_t start = text.find(L"<a>");
+    ASSERT_NE(start, std::wstring::npos);
+    EXPECT_EQ(text.size() - start, 7u * (c_chainLength - 1) + 4u);
+    EXPECT_EQ(text.compare(start + 3 * (c_chainLength - 1), 8, L"<a/></a>"), 0);
   }
   EXPECT_EQ(testhost::outstandingBlocks(), before);
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+
 #include "dom/lookup_fixture.h"
 #include "dom/xmxxo_doc.h"
 #include "dom/xmxxo_nsc.h"
@@ -866,4 +869,141 @@ TEST_F(ElementLookup, ACollectionWithoutMemoryIsAnEmptyHandleNeverAPartOfTheAnsw
   for (int i = 0; i < 20; ++i) add(L"x", root);
   expectAllOrNothingWithoutMemory([&] { return root.getElementsByTagName(L"x", L"", 0); }, 20);
   expectAllOrNothingWithoutMemory([&] { return root.getElementsByTagNameNS(L"x", L"", 0); }, 20);
+}
+
+// ---------------------------------------------------------------------------------------
+// Elements nested deeper than the call stack could follow
+
+namespace {
+
+constexpr unsigned int c_chainLength = 100000;
+
+// Below the document a chain of elements "a", each the only element child of the one before,
+// ending in an element "bottom": c_chainLength elements in all.
+class DeepElement : public LookupTest {
+ protected:
+  void SetUp() override {
+    LookupTest::SetUp();
+    top = add(L"a", document);
+    MarlElement parent = top;
+    for (unsigned int level = 1; level < c_chainLength - 1; ++level) {
+      parent = add(L"a", parent);
+      if (level == c_chainLength / 2) middle = parent;
+    }
+    bottom = add(L"bottom", parent);
+  }
+  void TearDown() override {
+    bottom = middle = top = static_cast<CMarlElement const*>(nullptr);
+    LookupTest::TearDown();
+  }
+
+  // The element of the chain at `level`, 0 being the top.
+  MarlElement atLevel(unsigned int level) const {
+    MarlNode node = top;
+    for (unsigned int i = 0; i < level; ++i) node = node.getFirstChild();
+    return MarlElement(node);
+  }
+
+  MarlElement top;
+  MarlElement middle;
+  MarlElement bottom;
+};
+
+}  // namespace
+
+TEST_F(DeepElement, TheContentOfAChainAHundredThousandDeepIncludesTheTextAtItsBottom) {
+  bottom.appendChild(document.createText(L"x"), 0);
+  top.appendChild(document.createComment(L"not text"), 0);
+  top.appendChild(document.createCDATASection(L"y"), 0);
+  EXPECT_EQ(top.getContentAsString(), L"xy");
+  EXPECT_EQ(top.getValue(), L"xy");
+  std::wstring value = L"old";
+  top.getValue(value);
+  EXPECT_EQ(value, L"xy");
+}
+
+TEST_F(DeepElement, NormalizeJoinsTheTextRunsAtEveryLevelOfADeepChain) {
+  for (wchar_t const* text : {L"1", L"2", L"3"}) bottom.appendChild(document.createText(text), 0);
+  middle.appendChild(document.createText(L"p"), 0);
+  middle.appendChild(document.createText(L"q"), 0);
+  top.normalize();
+  ASSERT_EQ(bottom.numChildren(), 1u);
+  EXPECT_EQ(bottom.getFirstChild().getValue(), L"123");
+  ASSERT_EQ(middle.numChildren(), 2u);
+  EXPECT_EQ(middle.getLastChild().getValue(), L"pq");
+  EXPECT_EQ(top.getContentAsString(), L"123pq");
+}
+
+TEST_F(DeepElement, TheBottomOfADeepChainFindsTheDeclarationsAboveIt) {
+  top.setAttributeNode(document.createNamespaceDecl(L"p", L"xmlns", L"urn:top"));
+  middle.setAttributeNode(document.createNamespaceDecl(L"p", L"xmlns", L"urn:middle"));
+  MarlElement prefixed = add(L"leaf", bottom, L"p");
+  EXPECT_EQ(prefixed.getNamespaceURI(), L"urn:middle");
+  EXPECT_EQ(atLevel(c_chainLength / 4).getNamespaceContext().mapToURI(L"p"), L"urn:top");
+  EXPECT_EQ(static_cast<CUnknown*>(bottom.getNamespaceContext()),
+            static_cast<CUnknown*>(middle.getNamespaceContext()));
+  EXPECT_EQ(static_cast<CUnknown*>(atLevel(c_chainLength / 4).getNamespaceContext()),
+            static_cast<CUnknown*>(top.getNamespaceContext()));
+  // The way up and down leaves the links as they were.
+  EXPECT_EQ(prefixed.getHeight(), c_chainLength + 1);
+  EXPECT_EQ(static_cast<CUnknown*>(prefixed.getRoot()), static_cast<CUnknown*>(document));
+  EXPECT_EQ(static_cast<CUnknown*>(bottom.getParent().getFirstChild()),
+            static_cast<CUnknown*>(bottom));
+}
+
+TEST_F(DeepElement, DroppingADeclarationClearsTheContextsAllTheWayDown) {
+  top.setAttributeNode(document.createNamespaceDecl(L"p", L"xmlns", L"urn:top"));
+  MarlNamespaceDecl inner = document.createNamespaceDecl(L"p", L"xmlns", L"urn:middle");
+  middle.setAttributeNode(inner);
+  MarlElement prefixed = add(L"leaf", bottom, L"p");
+  EXPECT_EQ(prefixed.getNamespaceURI(), L"urn:middle");
+  EXPECT_EQ(middle.removeAttributeNode(inner), MarlNode::rcOK);
+  EXPECT_FALSE(bottom._impl()->namespaceContext);
+  EXPECT_TRUE(top._impl()->namespaceContext);
+  EXPECT_EQ(prefixed.getNamespaceURI(), L"urn:top");
+}
+
+TEST_F(DeepElement, TheLookupsReachTheBottomOfAChainAHundredThousandDeep) {
+  EXPECT_TRUE(same(top.findFromName(L"bottom", L"", 0), bottom));
+  EXPECT_TRUE(same(top.findFromNameNS(L"bottom", L"", 0), bottom));
+  EXPECT_FALSE(top.findFromName(L"bottom", L"", c_chainLength - 2));
+  EXPECT_TRUE(same(document.findFromName(L"bottom", L"", 0), bottom));
+  std::wstring const steps = repeated(L"a/", c_chainLength - 2) + L"bottom";
+  EXPECT_TRUE(same(top.findFromPath(steps), bottom));
+  EXPECT_TRUE(same(top.findFromPathNS(steps, L""), bottom));
+  EXPECT_TRUE(same(document.findFromPath(L"/a/" + steps), bottom));
+  EXPECT_TRUE(same(top.findFromPath(repeated(L"*/", c_chainLength - 2) + L"bottom"), bottom));
+  EXPECT_EQ(top.getElementsByTagName(L"a", L"", 0).getLength(), c_chainLength - 2);
+  EXPECT_EQ(top.getElementsByTagNameNS(L"bottom", L"", 0).getLength(), 1u);
+  EXPECT_EQ(document.getElementsByTagName(L"a", L"", 0).getLength(), c_chainLength - 1);
+}
+
+TEST_F(DeepElement, AChainAHundredThousandDeepIsWrittenWholePlainAndPrettyPrinted) {
+  MarlStreamFactory factory = marl.createStreamFactory();
+  std::wstring plain;
+  {
+    MarlOStream out = factory.createOStreamString(plain);
+    top.render(out, 1);
+  }
+  EXPECT_EQ(plain.size(), 7u * (c_chainLength - 1) + 9u);
+  EXPECT_EQ(plain.substr(0, 9), L"<a><a><a>");
+  EXPECT_EQ(plain.substr(3 * (c_chainLength - 1), 13), L"<bottom/></a>");
+  EXPECT_EQ(plain.substr(plain.size() - 8), L"</a></a>");
+
+  rawstring pretty;
+  {
+    MarlOStream out = factory.createOStreamRawString(pretty);
+    ASSERT_TRUE(out.setEncoding(marl.createEncoding(L"utf-8", MarlEncoding::BYTEORDER_LE)));
+    out.setPrettyPrint(1);
+    top.render(out, 1);
+  }
+  // Each "a" is followed by a break indented one level deeper, and its end tag follows a break
+  // at its own level; indentation stops growing at 127.
+  std::size_t expected = 9;
+  for (std::size_t level = 0; level + 1 < c_chainLength; ++level)
+    expected += 9 + std::min<std::size_t>(level + 1, 127) + std::min<std::size_t>(level, 127);
+  EXPECT_EQ(pretty.size(), expected);
+  std::string const text(pretty.begin(), pretty.end());
+  EXPECT_EQ(text.substr(0, 14), "<a>\n <a>\n  <a>");
+  EXPECT_EQ(text.substr(text.size() - 15), "</a>\n </a>\n</a>");
 }

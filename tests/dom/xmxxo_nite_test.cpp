@@ -685,3 +685,37 @@ TEST_F(Walks, IteratorsGiveTheirMemoryBackWhenTheLastHandleGoes) {
   }
   EXPECT_EQ(testhost::outstandingBlocks(), before);
 }
+
+// ---------------------------------------------------------------------------------------
+// Walks through trees deeper than the call stack could follow
+
+TEST_F(Walks, TheWalksGoThroughAChainAHundredThousandDeepAndBack) {
+  constexpr unsigned int c_chainLength = 100000;
+  MarlNode parent = c;
+  for (unsigned int level = 0; level < c_chainLength; ++level) parent = element(L"deep", parent);
+  element(L"d", r);
+  unsigned int count = 0;
+  MarlNode last;
+  MarlNodeIterator forward = r.createIterator(0);
+  for (MarlNode node = forward.getNext(); node; node = forward.getNext()) {
+    ++count;
+    last = node;
+  }
+  EXPECT_EQ(count, c_chainLength + 9);
+  EXPECT_EQ(last.getName(), L"d");
+
+  count = 0;
+  MarlNodeIterator backward = r.createRevIterator(0);
+  for (MarlNode node = backward.getNext(); node; node = backward.getNext()) ++count;
+  EXPECT_EQ(count, c_chainLength + 9);
+
+  MarlNodeIterator limited = c.createIterator(c_chainLength - 1);
+  count = 0;
+  for (MarlNode node = limited.getNext(); node; node = limited.getNext()) ++count;
+  EXPECT_EQ(count, c_chainLength + 1);
+
+  MarlInlineIterator standing = r.createInlineIterator(0);
+  count = 1;
+  while (standing.advance()) ++count;
+  EXPECT_EQ(count, c_chainLength + 9);
+}

@@ -529,3 +529,162 @@ TEST(CompareName, AnEmptyWantedUriMatchesOnlyAnEmptyUri) {
   EXPECT_TRUE(compareName(L"a", L"", L"a", L""));
   EXPECT_FALSE(compareName(L"a", L"urn:x", L"a", L""));
 }
+
+// ---------------------------------------------------------------------------------------
+// Trees deeper than the call stack could follow: each walk must keep to the links.
+
+namespace {
+
+constexpr unsigned int c_chainLength = 100000;
+
+class DeepTree : public NodeCore {
+ protected:
+  // Hangs `length` elements named "a" below `top`, each the only child of the one before,
+  // and gives the deepest.
+  MarlNode chainBelow(MarlNode const& top, unsigned int length) {
+    MarlNode deepest = top;
+    for (unsigned int i = 0; i < length; ++i) {
+      MarlElement next = element(L"a");
+      deepest.appendChild(next, 0);
+      deepest = next;
+    }
+    return deepest;
+  }
+};
+
+}  // namespace
+
+TEST_F(DeepTree, DroppingAChainAHundredThousandDeepFreesEveryNode) {
+  element(L"a");  // the name is in the string cache before counting starts
+  long before = testhost::outstandingBlocks();
+  {
+    MarlElement top = element(L"a");
+    chainBelow(top, c_chainLength - 1);
+  }
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
+}
+
+TEST_F(DeepTree, NodesHeldOutsideSurviveTheTeardownOfADeepChainAsRoots) {
+  MarlNode middle;
+  MarlNode deepest;
+  {
+    MarlElement top = element(L"a");
+    middle = chainBelow(top, c_chainLength / 2);
+    deepest = chainBelow(middle, c_chainLength / 2 - 1);
+  }
+  EXPECT_TRUE(middle.isRoot());
+  EXPECT_EQ(middle.getDepth(), c_chainLength / 2 - 1);
+  EXPECT_EQ(deepest.getHeight(), c_chainLength / 2 - 1);
+  EXPECT_EQ(static_cast<CUnknown*>(deepest.getRoot()), static_cast<CUnknown*>(middle));
+}
+
+TEST_F(DeepTree, ADocumentHoldingADeepChainLetsItGoWhenItDies) {
+  element(L"a");
+  MarlNode deepest;
+  long before = testhost::outstandingBlocks();
+  {
+    MarlDocument holder = marl.createDocument();
+    MarlElement top = element(L"a");
+    holder.appendChild(top, 0);
+    deepest = chainBelow(top, c_chainLength - 1);
+    EXPECT_EQ(static_cast<CUnknown*>(deepest.getOwnerDocument()), static_cast<CUnknown*>(holder));
+  }
+  EXPECT_TRUE(deepest.isRoot());
+  EXPECT_FALSE(deepest.getOwnerDocument());
+  deepest = static_cast<CMarlNode const*>(nullptr);
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
+}
+
+TEST_F(DeepTree, DepthAndHeightMeasureAChainAHundredThousandDeep) {
+  MarlElement top = element(L"a");
+  document.appendChild(top, 0);
+  MarlNode deepest = chainBelow(top, c_chainLength - 1);
+  EXPECT_EQ(top.getDepth(), c_chainLength - 1);
+  EXPECT_EQ(document.getDepth(), c_chainLength);
+  EXPECT_EQ(deepest.getHeight(), c_chainLength);
+  EXPECT_EQ(deepest.getDepth(), 0u);
+  EXPECT_EQ(static_cast<CUnknown*>(deepest.getRoot()), static_cast<CUnknown*>(document));
+  EXPECT_TRUE(deepest.hasAncestor(top));
+}
+
+TEST_F(DeepTree, TheDepthIsTheLongestPathAlsoWhenItIsNotTheLastBranch) {
+  MarlElement top = element(L"a");
+  MarlNode branch = chainBelow(top, 3);
+  chainBelow(branch.getParent(), 1);
+  chainBelow(top, 1);
+  EXPECT_EQ(top.getDepth(), 3u);
+}
+
+TEST_F(DeepTree, FindFromGidReachesTheBottomOfAChainAHundredThousandDeep) {
+  MarlElement top = element(L"a");
+  MarlNode deepest = chainBelow(top, c_chainLength - 1);
+  MarlNode found = top.findFromGID(deepest.getGID(), 0);
+  EXPECT_EQ(static_cast<CUnknown*>(found), static_cast<CUnknown*>(deepest));
+  EXPECT_FALSE(top.findFromGID(deepest.getGID(), c_chainLength - 2));
+  found = top.findFromGID(deepest.getGID(), c_chainLength - 1);
+  EXPECT_EQ(static_cast<CUnknown*>(found), static_cast<CUnknown*>(deepest));
+  EXPECT_FALSE(top.findFromGID(0, 0));
+}
+
+TEST_F(DeepTree, FindFromGidSearchesEachSubtreeBeforeTheNextSibling) {
+  MarlElement top = element(L"a");
+  MarlElement first = element(L"first");
+  MarlElement second = element(L"second");
+  top.appendChild(first, 0);
+  top.appendChild(second, 0);
+  MarlNode deepInFirst = chainBelow(first, 5);
+  EXPECT_EQ(static_cast<CUnknown*>(top.findFromGID(deepInFirst.getGID(), 0)),
+            static_cast<CUnknown*>(deepInFirst));
+  EXPECT_EQ(static_cast<CUnknown*>(top.findFromGID(second.getGID(), 1)),
+            static_cast<CUnknown*>(second));
+  EXPECT_FALSE(top.findFromGID(deepInFirst.getGID(), 5));
+}
+
+TEST_F(DeepTree, CloneOfAChainAHundredThousandDeepCopiesEveryLevelInCreationOrder) {
+  MarlElement top = element(L"a");
+  chainBelow(top, c_chainLength - 1);
+  MarlNode copy = top.clone(-1);
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy.getDepth(), c_chainLength - 1);
+  MarlNode node = copy;
+  for (unsigned int level = 1; level < c_chainLength; ++level) node = node.getFirstChild();
+  EXPECT_EQ(node.getName(), L"a");
+  EXPECT_EQ(node.getHeight(), c_chainLength - 1);
+  EXPECT_EQ(node.getGID(), copy.getGID() + c_chainLength - 1);
+}
+
+TEST_F(DeepTree, CloneOfADeepChainToAGivenDepthStopsThere) {
+  MarlElement top = element(L"a");
+  chainBelow(top, c_chainLength - 1);
+  EXPECT_EQ(top.clone(5).getDepth(), 5u);
+  EXPECT_EQ(top.clone(0).getDepth(), 0u);
+}
+
+TEST_F(DeepTree, ACloneNumbersTheAttributesOfAnElementAfterItsChildren) {
+  MarlElement top = element(L"top");
+  top.setAttribute(L"t", L"", L"1");
+  MarlElement child = element(L"child");
+  child.setAttribute(L"c", L"", L"2");
+  top.appendChild(child, 0);
+  top.appendChild(element(L"last"), 0);
+  MarlElement copy(top.clone(-1));
+  ASSERT_TRUE(copy);
+  MarlElement childCopy(copy.getFirstChild());
+  unsigned int first = copy.getGID();
+  EXPECT_EQ(childCopy.getGID(), first + 1);
+  EXPECT_EQ(childCopy.getAttributeNode(L"c", L"").getGID(), first + 2);
+  EXPECT_EQ(copy.getLastChild().getGID(), first + 3);
+  EXPECT_EQ(copy.getAttributeNode(L"t", L"").getGID(), first + 4);
+}
+
+TEST_F(DeepTree, ACloneOfADeepChainThatRunsOutOfMemoryIsEmptyAndLeaksNothing) {
+  MarlElement top = element(L"a");
+  chainBelow(top, c_chainLength - 1);
+  long before = testhost::outstandingBlocks();
+  for (long failAt : {0L, 1L, static_cast<long>(c_chainLength / 2),
+                      static_cast<long>(c_chainLength - 1)}) {
+    testhost::AllocationFailure failure(failAt);
+    EXPECT_FALSE(top.clone(-1)) << "allocation " << failAt;
+  }
+  EXPECT_EQ(testhost::outstandingBlocks(), before);
+}

@@ -403,3 +403,54 @@ TEST_F(DefaultAttributes, RemovingFromTheMapOfAProcessingInstructionFindsNoDefau
   EXPECT_EQ(instruction.getAttributes().removeNamedItem(L"x", L""), MarlNode::rcOK);
   EXPECT_EQ(instruction.getAttributes().getLength(), 0u);
 }
+
+// An element with a URI of its own and no prefix finds its defaults under the prefix its
+// context gives that URI: making its map asks for the very context being built.
+
+TEST_F(DefaultAttributes, AnElementThatNeedsItsContextForItsDefaultsGetsThemAndTheirBindings) {
+  declare(L"a", L"p", L"urn:p", L"xmlns");
+  MarlElement element = document.createElementNS(L"a", L"", L"urn:p");
+  document.appendChild(element, 0);
+  EXPECT_EQ(element.getNamespacePrefix(), L"p");
+  EXPECT_EQ(attributeList(element), L"xmlns:p=urn:p");
+  EXPECT_EQ(element.getNamespaceContext().mapToURI(L"p"), L"urn:p");
+}
+
+TEST_F(DefaultAttributes, ElementsThatNeedTheirContextsForTheirDefaultsGetThemFromTheTopDown) {
+  declare(L"a", L"x", L"1");
+  declare(L"a", L"q", L"urn:q", L"xmlns");
+  declare(L"b", L"y", L"2", L"", L"q");
+  MarlElement top = document.createElementNS(L"a", L"", L"urn:a");
+  document.appendChild(top, 0);
+  MarlElement middle = document.createElementNS(L"a", L"", L"urn:a");
+  top.appendChild(middle, 0);
+  MarlElement bottom = linked(L"b", L"q", middle);
+  EXPECT_EQ(bottom.getNamespaceURI(), L"urn:q");
+  EXPECT_EQ(attributeList(top), L"x=1 xmlns:q=urn:q");
+  EXPECT_EQ(attributeList(middle), L"x=1 xmlns:q=urn:q");
+  EXPECT_EQ(attributeList(bottom), L"y=2");
+  unsigned int const bottomDefault = attributeAt(bottom, 0).getGID();
+  EXPECT_LT(bottomDefault, attributeAt(top, 0).getGID());
+  EXPECT_LT(attributeAt(top, 1).getGID(), attributeAt(middle, 0).getGID());
+  EXPECT_NE(static_cast<CUnknown*>(middle.getNamespaceContext()),
+            static_cast<CUnknown*>(top.getNamespaceContext()));
+}
+
+TEST_F(DefaultAttributes, AChainAHundredThousandDeepThatNeedsItsContextsForItsDefaultsGetsThem) {
+  declare(L"a", L"q", L"urn:q", L"xmlns");
+  constexpr unsigned int c_chainLength = 100000;
+  MarlNode parent = document;
+  MarlElement top;
+  for (unsigned int level = 0; level < c_chainLength; ++level) {
+    MarlElement next = document.createElementNS(L"a", L"", L"urn:a");
+    parent.appendChild(next, 0);
+    if (!top) top = next;
+    parent = next;
+  }
+  MarlElement bottom = linked(L"b", L"q", parent);
+  EXPECT_EQ(bottom.getNamespaceURI(), L"urn:q");
+  EXPECT_EQ(attributeList(top), L"xmlns:q=urn:q");
+  EXPECT_EQ(attributeList(MarlElement(bottom.getParent())), L"xmlns:q=urn:q");
+  EXPECT_EQ(bottom.getHeight(), c_chainLength + 1);
+  EXPECT_EQ(document.getDepth(), c_chainLength + 1);
+}

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -1287,4 +1288,93 @@ TEST_F(RoundTrip, TheUtf8FormIsTheExpectedBytes) {
   appendText(element(L"a", document), L"\x00E9\x20AC");
   EXPECT_EQ(renderBytes(encoding(L"utf-8")),
             bytes("<?xml version=\"1.0\" encoding=\"utf-8\"?><a>\xC3\xA9\xE2\x82\xAC</a>"));
+}
+
+// ---------------------------------------------------------------------------------------
+// Trees deeper than the call stack could follow
+
+namespace {
+
+constexpr unsigned int c_chainLength = 100000;
+
+class DeepRender : public RenderTest {
+ protected:
+  // A chain of elements "a" below `top`, each the only child of the one before.
+  void chainBelow(MarlNode const& top, unsigned int length) {
+    MarlNode parent = top;
+    for (unsigned int i = 0; i < length; ++i) parent = element(L"a", parent);
+  }
+
+  static std::wstring repeated(std::wstring const& text, unsigned int count) {
+    std::wstring all;
+    for (unsigned int i = 0; i < count; ++i) all += text;
+    return all;
+  }
+};
+
+}  // namespace
+
+TEST_F(DeepRender, ADocumentAHundredThousandDeepIsWrittenWholeByTheRenderer) {
+  chainBelow(document, c_chainLength);
+  std::wstring plain = renderDocument();
+  EXPECT_EQ(plain, L"<?xml version=\"1.0\"?>" + repeated(L"<a>", c_chainLength - 1) + L"<a/>" +
+                       repeated(L"</a>", c_chainLength - 1));
+
+  rawstring normalized;
+  {
+    MarlOStream out = factory.createOStreamRawString(normalized);
+    ASSERT_TRUE(out.setEncoding(encoding(L"utf-8")));
+    MarlRenderer renderer = marl.createRenderer(out, document);
+    ASSERT_TRUE(renderer);
+    renderer.setNormalizing(1);
+    EXPECT_EQ(renderer.render(), 0);
+  }
+  // Each "a" with a child breaks the line before it, one level deeper, and again before its
+  // end tag at its own level; indentation stops growing at 127.
+  std::string const prolog = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+  std::size_t expected = prolog.size() + 4 + 1;
+  for (std::size_t level = 0; level + 1 < c_chainLength; ++level)
+    expected += 9 + std::min<std::size_t>(level + 1, 127) + std::min<std::size_t>(level, 127);
+  std::string const text(normalized.begin(), normalized.end());
+  EXPECT_EQ(text.size(), expected);
+  EXPECT_EQ(text.substr(0, prolog.size() + 14), prolog + "<a>\n <a>\n  <a>");
+  EXPECT_EQ(text.substr(text.size() - 16), "</a>\n </a>\n</a>\n");
+}
+
+TEST_F(DeepRender, AFragmentHoldingAChainAHundredThousandDeepIsWrittenWhole) {
+  MarlDocumentFragment fragment = document.createDocumentFragment();
+  chainBelow(fragment, c_chainLength);
+  appendText(fragment, L"t");
+  EXPECT_EQ(render(fragment), repeated(L"<a>", c_chainLength - 1) + L"<a/>" +
+                                  repeated(L"</a>", c_chainLength - 1) + L"t");
+}
+
+TEST_F(DeepRender, AContentModelNestedAHundredThousandDeepIsWrittenWhole) {
+  MarlElementDecl declaration = type.createElementDecl(L"e", L"");
+  declaration.setContentSpec(MarlElementDecl::CS_CHILDREN);
+  MarlContentParticle parent = group(MarlContentParticle::GROUP_SEQUENCE,
+                                     MarlContentParticle::OCC_ONE, {});
+  declaration.addContentParticle(parent);
+  for (unsigned int level = 1; level < c_chainLength; ++level) {
+    MarlContentParticle member =
+        group(MarlContentParticle::GROUP_CHOICE, MarlContentParticle::OCC_ONE, {});
+    parent.addContentParticle(member);
+    parent = member;
+  }
+  parent.addContentParticle(leaf(L"x", MarlContentParticle::OCC_ZERO_OR_MORE));
+  parent.addContentParticle(leaf(L"y"));
+  EXPECT_EQ(render(declaration), L"<!ELEMENT e " + repeated(L"(", c_chainLength) + L"x* | y" +
+                                     repeated(L")", c_chainLength) + L">");
+}
+
+TEST_F(DeepRender, IncludeSectionsNestedAHundredThousandDeepAreWrittenWhole) {
+  MarlNode parent = type;
+  for (unsigned int level = 0; level < c_chainLength; ++level) {
+    MarlCondDTDSection section = type.createCondDTDSection(1);
+    parent.appendChild(section, 0);
+    parent = section;
+  }
+  parent.appendChild(type.createIntEntityDecl(0, L"e", L"v"), 0);
+  EXPECT_EQ(render(type), L"<!DOCTYPE doc [" + repeated(L"<![INCLUDE[", c_chainLength) +
+                              L"<!ENTITY e \"v\">" + repeated(L"]]>", c_chainLength) + L"]> ");
 }
