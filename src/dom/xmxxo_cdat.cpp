@@ -123,7 +123,9 @@ void CMarlCharacterData::normalizeData() {
   }
   std::size_t last = ownData.size();
   while (isSpace(ownData[last - 1])) --last;
-  ownData = ownData.substr(first, last - first);
+  // Trimmed in place: most texts have nothing to trim and keep their storage as it is.
+  ownData.erase(last);
+  ownData.erase(0, first);
 }
 
 // ---------------------------------------------------------------------------------------

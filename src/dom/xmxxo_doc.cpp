@@ -156,7 +156,9 @@ void CMarlDocument::render(MarlOStream const& out, unsigned char deep) const {
 
 bool CMarlDocument::renderHead(MarlOStream const& out, unsigned char deep) const {
   if (!out) return false;
-  if (!out.getEncoding() && encoding) out.setEncoding(encoding);
+  // With the catch-all handler in the list a stream refuses an encoding only for want of
+  // memory, and written on in its own the text would not be in the one the document names.
+  if (!out.getEncoding() && encoding && !out.setEncoding(encoding)) throw std::bad_alloc();
   MarlEncoding streamEncoding = out.getEncoding();
   std::wstring encodingName;
   if (streamEncoding) encodingName = toLower(streamEncoding.getCharacterSet());

@@ -14,6 +14,10 @@ unsigned int CMarlNamedNodeMap::_queryClass() const {
   return idNamedNodeMap;
 }
 
+namespace {
+constexpr std::size_t c_initialEntries = 4;
+}  // namespace
+
 std::size_t CMarlNamedNodeMap::indexOf(Atom name, Atom second, NamePart part) const {
   std::size_t index = 0;
   for (; index < entries.size(); ++index) {
@@ -48,6 +52,9 @@ unsigned int CMarlNamedNodeMap::set(MarlNode const& node, NamePart part) {
     depart(entries[index]);
     entries[index] = node;  // the new node takes the old one's place
   } else {
+    // Room for a few at the first entry: most elements carry several attributes, and one
+    // block spares the growth steps of one at a time.
+    if (entries.empty()) entries.reserve(c_initialEntries);
     entries.push_back(node);
   }
   return MarlNode::rcOK;

@@ -31,11 +31,7 @@ class CHashTable : public AllocPolicyRollArea {
   bool empty() const noexcept { return entries == 0; }
   std::size_t bucketCount() const noexcept { return buckets.size(); }
 
-  Value* find(Key const& key) const noexcept {
-    for (Entry* entry = buckets[bucketOf(key)]; entry; entry = entry->next)
-      if (Traits::equal(Traits::key(entry->value), key)) return &entry->value;
-    return nullptr;
-  }
+  Value* find(Key const& key) const noexcept { return findIn(buckets[bucketOf(key)], key); }
 
   // The stored value with this key; when there is none, a value is constructed from `args`
   // (it must carry the same key) and stored at the front of its chain. The table grows to
@@ -43,8 +39,8 @@ class CHashTable : public AllocPolicyRollArea {
   template <class... Args>
   Value& emplace(Key const& key, Args&&... args) {
     reserve(entries + 1);
-    if (Value* found = find(key)) return *found;
     Entry*& head = buckets[bucketOf(key)];
+    if (Value* found = findIn(head, key)) return *found;
     Entry* entry = entryAllocator().allocate(1);
     try {
       ::new (entry) Entry{head, Value(std::forward<Args>(args)...)};
@@ -102,6 +98,11 @@ class CHashTable : public AllocPolicyRollArea {
   };
 
   static tova_alloc<Entry> entryAllocator() noexcept { return {}; }
+  static Value* findIn(Entry* chain, Key const& key) noexcept {
+    for (Entry* entry = chain; entry; entry = entry->next)
+      if (Traits::equal(Traits::key(entry->value), key)) return &entry->value;
+    return nullptr;
+  }
   std::size_t bucketOf(Key const& key) const noexcept { return Traits::hash(key) % buckets.size(); }
 
   std::vector<Entry*, tova_alloc<Entry*>> buckets;

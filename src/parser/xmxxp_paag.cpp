@@ -477,6 +477,44 @@ bool CMarlParseAgent::pushContentAgent() {
   }
 }
 
+// The further names of a group are declared alike only once the declaration is complete, so
+// until then the first name stands for all of them in the tree and in the events.
+template <class Decl>
+void CMarlParseAgent::startNamedDeclaration(
+    Decl& decl, NameGroup<Decl>& group,
+    Decl (MarlDocumentType::*create)(std::wstring const&, std::wstring const&),
+    unsigned int preEvent) {
+  std::wstring& name = parser->scratchName;
+  std::wstring& prefix = parser->scratchPrefix;
+  bool const nameGroup = parser->mode == 1 && scanner->token.id == CToken::TOK_LPAREN;
+  if (nameGroup) accept();
+  for (;;) {
+    parseQName(name, prefix);
+    Decl named = required((parser->documentType.*create)(name, prefix));
+    setPosition(named);
+    named.setExternal(parser->inExternalSubset);
+    if (decl)
+      group.push_back(named);
+    else
+      decl = named;
+    if (!nameGroup || scanner->token.id != CToken::TOK_BAR) break;
+    accept();
+  }
+  if (nameGroup) accept(CToken::TOK_RPAREN);
+  linkNode(decl);
+  fire(preEvent, decl);
+}
+
+template <class Decl>
+void CMarlParseAgent::linkGroupCopies(Decl const& decl, NameGroup<Decl> const& group) {
+  for (Decl const& named : group) {
+    MarlNode copy = required(decl.clone(-1));
+    copy.setName(named.getName());
+    copy.setNamespacePrefix(named.getNamespacePrefix());
+    linkNode(copy);
+  }
+}
+
 // ---------------------------------------------------------------------------------------
 // CMarlParseAgentDocument
 
@@ -589,6 +627,8 @@ void CMarlParseAgentProlog::decideEncoding() {
     chosen = createEncoding(parser->utf8String, MarlEncoding::BYTEORDER_NONE);
   entity.setEncoding(chosen);
   document->setEncoding(chosen);
+  // The document keeps a clone, and a clone that memory did not allow clears the encoding.
+  required(document->getEncoding());
 }
 
 // The agents run in reverse order of their pushes: the declaration, then what follows it.
@@ -1333,25 +1373,7 @@ void CMarlParseAgentCondDTDSection::parse_slast() {
 
 void CMarlParseAgentElementDecl::parse_sfirst() {
   accept(CToken::TOK_ELEMENT);
-  std::wstring& name = parser->scratchName;
-  std::wstring& prefix = parser->scratchPrefix;
-  bool const nameGroup = parser->mode == 1 && scanner->token.id == CToken::TOK_LPAREN;
-  if (nameGroup) accept();
-  for (;;) {
-    parseQName(name, prefix);
-    MarlElementDecl named = required(parser->documentType.createElementDecl(name, prefix));
-    setPosition(named);
-    named.setExternal(parser->inExternalSubset);
-    if (decl)
-      group.push_back(named);
-    else
-      decl = named;
-    if (!nameGroup || scanner->token.id != CToken::TOK_BAR) break;
-    accept();
-  }
-  if (nameGroup) accept(CToken::TOK_RPAREN);
-  linkNode(decl);
-  fire(eventElementDeclPre, decl);
+  startNamedDeclaration(decl, group, &MarlDocumentType::createElementDecl, eventElementDeclPre);
   state = &CMarlParseAgentElementDecl::parse_slast;
 }
 
@@ -1362,12 +1384,7 @@ void CMarlParseAgentElementDecl::parse_slast() {
   if (parser->mode == 1) parseIncludeExcludeSpec();
   parser->popParent();
   accept(CToken::TOK_GT);
-  for (MarlElementDecl const& named : group) {
-    MarlNode copy = required(decl.clone(-1));
-    copy.setName(named.getName());
-    copy.setNamespacePrefix(named.getNamespacePrefix());
-    linkNode(copy);
-  }
+  linkGroupCopies(decl, group);
   fire(eventElementDeclPost, decl);
   removeSelf();
 }
@@ -1541,25 +1558,7 @@ MarlContentParticle CMarlParseAgentElementDecl::createParticle(
 
 void CMarlParseAgentAttlistDecl::parse_sfirst() {
   accept(CToken::TOK_ATTLIST);
-  std::wstring& name = parser->scratchName;
-  std::wstring& prefix = parser->scratchPrefix;
-  bool const nameGroup = parser->mode == 1 && scanner->token.id == CToken::TOK_LPAREN;
-  if (nameGroup) accept();
-  for (;;) {
-    parseQName(name, prefix);
-    MarlAttListDecl named = required(parser->documentType.createAttListDecl(name, prefix));
-    setPosition(named);
-    named.setExternal(parser->inExternalSubset);
-    if (decl)
-      group.push_back(named);
-    else
-      decl = named;
-    if (!nameGroup || scanner->token.id != CToken::TOK_BAR) break;
-    accept();
-  }
-  if (nameGroup) accept(CToken::TOK_RPAREN);
-  linkNode(decl);
-  fire(eventAttListDeclPre, decl);
+  startNamedDeclaration(decl, group, &MarlDocumentType::createAttListDecl, eventAttListDeclPre);
   state = &CMarlParseAgentAttlistDecl::parse_s2;
 }
 
@@ -1686,12 +1685,7 @@ void CMarlParseAgentAttlistDecl::parseDefaultDecl() {
 
 void CMarlParseAgentAttlistDecl::parse_slast() {
   accept(CToken::TOK_GT);
-  for (MarlAttListDecl const& named : group) {
-    MarlNode copy = required(decl.clone(-1));
-    copy.setName(named.getName());
-    copy.setNamespacePrefix(named.getNamespacePrefix());
-    linkNode(copy);
-  }
+  linkGroupCopies(decl, group);
   fire(eventAttListDeclPost, decl);
   removeSelf();
 }

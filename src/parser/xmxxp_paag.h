@@ -87,6 +87,20 @@ class CMarlParseAgent : public AllocPolicyRollArea {
   // Gives the external entity being read the encoding its stream runs on, or UTF-8, for an
   // entity without a declaration of its own.
   void keepStreamEncoding();
+  // The further names of an element or attribute-list declaration's name group.
+  template <class Decl>
+  using NameGroup = std::vector<Decl, tova_alloc<Decl>>;
+  // The names an element or attribute-list declaration is for: one name, or in mode 1 a
+  // parenthesised group of names, each declared by `create`. The first declaration becomes
+  // `decl`, is linked and announced with `preEvent`; the others wait in `group`.
+  template <class Decl>
+  void startNamedDeclaration(Decl& decl, NameGroup<Decl>& group,
+                             Decl (MarlDocumentType::*create)(std::wstring const&,
+                                                              std::wstring const&),
+                             unsigned int preEvent);
+  // Links a copy of the complete declaration for each further name of its group.
+  template <class Decl>
+  void linkGroupCopies(Decl const& decl, NameGroup<Decl> const& group);
   bool isQuoteOpener() const noexcept {
     return scanner->token.id == CToken::TOK_SQ_OPEN || scanner->token.id == CToken::TOK_DQ_OPEN;
   }

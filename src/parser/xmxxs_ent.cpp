@@ -17,11 +17,13 @@ CMarlGEntityIterator& CMarlGEntityIterator::operator+=(unsigned int n) {
   return *this;
 }
 
-// The wanted character lies on or behind the end mark. Each round either reads more or
+// A 0 lies between the cursor and the wanted character. Each round either reads more or
 // gives up: a stream that answers with nothing (its end of input) ends the look-ahead as
 // surely as a failing one, so that no caller can spin here.
 wchar_t CMarlGEntityIterator::lookAheadSlow(int n) {
   if (n < 0) return 0;
+  // A 0 before the end mark is an inner one of an appended text, read like any character.
+  if (n < entity->endMark() - pos) return pos[n];
   for (;;) {
     std::ptrdiff_t available = entity->endMark() - pos;
     std::uint32_t result = entity->advance();
@@ -113,8 +115,8 @@ std::wstring CMarlGEntityIntParsed::getValue() const {
 wchar_t const CMarlGEntityExtParsed::c_documentEntityName[] = L"\"<<document>>\"";
 wchar_t const CMarlGEntityExtParsed::c_externalEntityName[] = L"\"<<externalentity>>\"";
 
-// The whole capacity is taken at once: the buffer then never moves, and the pointers into
-// it stay valid across every refill.
+// The whole size is taken at once: the buffer then never moves, the pointers into it stay
+// valid across every refill, and no refill constructs elements.
 CMarlGEntityExtParsed::CMarlGEntityExtParsed(std::wstring const& entityName,
                                              std::wstring const& entitySystemId,
                                              std::wstring const& entityPublicId)
@@ -122,8 +124,8 @@ CMarlGEntityExtParsed::CMarlGEntityExtParsed(std::wstring const& entityName,
       systemId(entitySystemId),
       publicId(entityPublicId),
       end(nullptr) {
-  buffer.reserve(uiMaxBufferSize + 1u);
-  end = buffer.data();
+  buffer.resize(uiMaxBufferSize + 1u);
+  closeBuffer(0);
 }
 
 void* CMarlGEntityExtParsed::_queryInterface(unsigned int id) {
@@ -145,16 +147,7 @@ std::uint32_t CMarlGEntityExtParsed::advance() {
   if (valid >= uiMaxBufferSize) return ENTITY_BUFFER_FULL;
   // Until the encoding is known, nothing may be decoded ahead: a declaration in the text may
   // still change how the next bytes are read. So characters come one at a time.
-  std::size_t wanted;
-  if (encoding) {
-    buffer.resize(uiMaxBufferSize + 1u);
-    wanted = uiMaxBufferSize - valid;
-  } else {
-    buffer.resize(valid + 2u);
-    wanted = 1;
-  }
-  buffer.back() = L'\0';
-  end = buffer.data() + valid;
+  std::size_t const wanted = encoding ? uiMaxBufferSize - valid : 1;
   int count;
   try {
     count = stream.read(end, static_cast<int>(wanted));
@@ -186,8 +179,6 @@ void CMarlGEntityExtParsed::compact() noexcept {
 }
 
 void CMarlGEntityExtParsed::closeBuffer(std::size_t valid) noexcept {
-  // Within the reserved capacity: neither shrinking nor growing here allocates.
-  buffer.resize(valid + 1u);
   buffer[valid] = L'\0';
   end = buffer.data() + valid;
 }
@@ -207,7 +198,9 @@ void CMarlGEntityExtParsed::detachIStream() noexcept {
 }
 
 void CMarlGEntityExtParsed::setEncoding(MarlEncoding const& newEncoding) {
-  if (stream) stream.setEncoding(newEncoding);
+  // With the catch-all handler in the list a stream refuses an encoding only for want of
+  // memory, and read on in the old one the rest of the entity would be decoded wrongly.
+  if (stream && newEncoding && !stream.setEncoding(newEncoding)) throw std::bad_alloc();
   encoding = newEncoding ? newEncoding.clone() : MarlEncoding();
 }
 

@@ -37,6 +37,16 @@ class CMarlGEntityIterator {
   }
   // `n` steps, fewer when the entity runs out.
   CMarlGEntityIterator& operator+=(unsigned int n);
+  // Steps from one character that `plain` accepts to the next as long as both are, without
+  // the tests of a step: `plain` must refuse the line feed and the 0 that closes a buffer, so
+  // that the step onto anything else, which may refill, is left to step().
+  template <class Plain>
+  void skipPlain(Plain plain) noexcept {
+    wchar_t* run = pos;
+    while (plain(run[0]) && plain(run[1])) ++run;
+    column += static_cast<std::uint32_t>(run - pos);
+    pos = run;
+  }
 
   // Moves to the next character and counts the position. Reaching the end mark refills the
   // buffer; when that fails its status is stored and returned, and nothing is counted.
@@ -89,8 +99,8 @@ class CMarlGEntity : public CUnknown, public AllocPolicyRollArea {
     startIterator = nullptr;
     endIterator = nullptr;
   }
-  // The 0 that closes the buffer; nothing valid lies behind it.
-  wchar_t* endMark() noexcept { return buffer.data() + buffer.size() - 1; }
+  // The 0 that closes the valid characters; nothing valid lies behind it.
+  wchar_t* endMark() noexcept;
 
   std::wstring name;
   // The scanner's two cursors while they read this entity; null otherwise.
@@ -98,8 +108,8 @@ class CMarlGEntity : public CUnknown, public AllocPolicyRollArea {
   CMarlGEntityIterator* endIterator;
   // The offset of the buffer's first character in the whole entity.
   std::uint32_t base;
-  // The characters, closed by a 0 element that is always the last one: an entity of any
-  // kind holds at least that element.
+  // The characters, closed by a 0 element that is the last one, except in a parsed external
+  // entity (see there): an entity of any kind holds at least that element.
   Buffer buffer;
 };
 
@@ -157,7 +167,8 @@ class CMarlGEntityExtParsed : public CMarlGEntity {
   std::wstring publicId;
   MarlIStream stream;
   MarlEncoding encoding;
-  // End of the valid characters: the place of the closing 0.
+  // End of the valid characters: the place of the closing 0. The buffer keeps its full size
+  // behind it, so that a refill constructs no elements and just reads into the room there.
   wchar_t* end;
 
  private:
@@ -192,6 +203,11 @@ class CMarlGEntityExtUnparsed : public CMarlGEntity {
 // ---------------------------------------------------------------------------------------
 // The cursor's step and look-ahead, inline because the scanner takes them per character.
 
+inline wchar_t* CMarlGEntity::endMark() noexcept {
+  if (getType() == MarlGEntity::entityExtParsed) return static_cast<CMarlGEntityExtParsed*>(this)->end;
+  return buffer.data() + buffer.size() - 1;
+}
+
 inline std::uint32_t CMarlGEntityIterator::step() {
   if (*pos == 0 && pos == entity->endMark()) return CMarlGEntity::ENTITY_END;
   ++pos;
@@ -208,9 +224,12 @@ inline std::uint32_t CMarlGEntityIterator::step() {
   return 0;
 }
 
+// Every character up to the wanted one is tested for the 0 that may close the buffer, which
+// spares the hot path the question where the end mark lies.
 inline wchar_t CMarlGEntityIterator::operator[](int n) {
-  if (n < entity->endMark() - pos) return pos[n];
-  return lookAheadSlow(n);
+  for (int ahead = 0; ahead <= n; ++ahead)
+    if (pos[ahead] == 0) return lookAheadSlow(n);
+  return pos[n];
 }
 
 // ---------------------------------------------------------------------------------------

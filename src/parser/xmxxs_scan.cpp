@@ -17,6 +17,12 @@ inline bool isSpace(wchar_t c) noexcept {
   return (classOf(c) & CCharClass::fSpace) != 0;
 }
 
+// Character data that the data loop would step over one by one without a second look: no
+// markup, no line to count, no ']' that might begin "]]>".
+inline bool isPlainData(wchar_t c) noexcept {
+  return (classOf(c) & CCharClass::fContent) && c != L']' && c != L'\n';
+}
+
 inline bool isDigit(wchar_t c) noexcept {
   return c >= L'0' && c <= L'9';
 }
@@ -238,6 +244,7 @@ Token CMarlScanner::scanData() {
   // all (a surrogate half, a control character) is taken as data: that is how characters
   // beyond the 16-bit range pass.
   for (;;) {
+    cursor.skipPlain(isPlainData);
     if (*cursor.pos == L']' && cursor[1] == L']' && cursor[2] == L'>') return CToken::TOK_INVALID;
     cursor.step();
     if (!(classOf(*cursor.pos) & CCharClass::fContent)) return CToken::TOK_CHARDATA;
@@ -545,7 +552,12 @@ Token CMarlScanner::scanLiteral(wchar_t quote, Token closer) {
     cursor.step();
     if (literalFlags & c_stopAtLess) return CToken::TOK_LT;
   }
+  // The quote and '%' end a plain run even where they are text; the steps below take them.
+  auto const isPlainLiteral = [quote](wchar_t c) {
+    return (classOf(c) & CCharClass::fContent) && c != quote && c != L'%' && c != L'\n';
+  };
   for (;;) {
+    cursor.skipPlain(isPlainLiteral);
     wchar_t const c = *cursor.pos;
     if (c == 0) break;
     if (c == quote && ownEntity) break;

@@ -35,6 +35,29 @@ int clampToInt(long long count) noexcept {
   throw XPT_IO::XPT_ConvProblem(c_convProblemCode, text, c_convProblemFile, c_convProblemLine);
 }
 
+// An input or output stream answers to its own direction's interface and to those of every
+// stream.
+template <unsigned int DirectionId, class DirectedStream>
+void* directedStreamInterface(DirectedStream* stream, unsigned int id) noexcept {
+  switch (id) {
+    case DirectionId:
+      return stream;
+    case idStream:
+      return static_cast<CMarlStream*>(stream);
+    case idUnknown:
+      return static_cast<CUnknown*>(stream);
+    default:
+      return nullptr;
+  }
+}
+
+// Opening starts the counts of characters and bytes of a direction afresh.
+unsigned char openCounting(CMarlStream& stream, unsigned int& characters, unsigned int& bytes) {
+  characters = 0;
+  bytes = 0;
+  return stream.CMarlStream::open();
+}
+
 }  // namespace
 
 MarlEncodingHandler queryStreamHandler(MarlEncoding const& encoding) {
@@ -139,16 +162,7 @@ void CMarlStream::setStreamMode(unsigned int mode) {
 // CMarlIStream
 
 void* CMarlIStream::_queryInterface(unsigned int id) {
-  switch (id) {
-    case idIStream:
-      return this;
-    case idStream:
-      return static_cast<CMarlStream*>(this);
-    case idUnknown:
-      return static_cast<CUnknown*>(this);
-    default:
-      return nullptr;
-  }
+  return directedStreamInterface<idIStream>(this, id);
 }
 
 unsigned int CMarlIStream::_queryClass() const {
@@ -156,9 +170,7 @@ unsigned int CMarlIStream::_queryClass() const {
 }
 
 unsigned char CMarlIStream::open() {
-  numRead = 0;
-  numReadRaw = 0;
-  return CMarlStream::open();
+  return openCounting(*this, numRead, numReadRaw);
 }
 
 int CMarlIStream::refill() {
@@ -332,16 +344,7 @@ constexpr Replacement replacement(wchar_t const (&text)[N]) {
 }  // namespace
 
 void* CMarlOStream::_queryInterface(unsigned int id) {
-  switch (id) {
-    case idOStream:
-      return this;
-    case idStream:
-      return static_cast<CMarlStream*>(this);
-    case idUnknown:
-      return static_cast<CUnknown*>(this);
-    default:
-      return nullptr;
-  }
+  return directedStreamInterface<idOStream>(this, id);
 }
 
 unsigned int CMarlOStream::_queryClass() const {
@@ -349,9 +352,7 @@ unsigned int CMarlOStream::_queryClass() const {
 }
 
 unsigned char CMarlOStream::open() {
-  numWritten = 0;
-  numWrittenRaw = 0;
-  return CMarlStream::open();
+  return openCounting(*this, numWritten, numWrittenRaw);
 }
 
 void CMarlOStream::flush() {}
@@ -392,20 +393,22 @@ int CMarlOStream::write(wchar_t const* data, int length) {
   if (!data) return 0;
   if (length < 0) length = 0;
   wchar_t delimiter = L' ';
+  int opening = 0;
   if (quoted) {
     delimiter = chooseDelimiter(data, length);
-    int result = _write(&delimiter, 1);
-    if (result < 0) return result;
+    opening = _write(&delimiter, 1);
   }
   int count = escaped ? writeEscaped(data, length, delimiter) : _write(data, length);
-  if (count < 0) return count;
-  if (quoted) {
-    int result = _write(&delimiter, 1);
-    if (result < 0) return result;
-  }
+  // Only escaped text ends at its first failure, with the one-shot flags still set. A quote or
+  // a plain text that the sink refused is lost alone: the write goes on and clears the flags,
+  // so that the next text is not quoted in its place.
+  if (count < 0 && escaped) return opening < 0 ? opening : count;
+  int const closing = quoted ? _write(&delimiter, 1) : 0;
   quoted = 0;
   escaped = 0;
-  return count;
+  if (opening < 0) return opening;
+  if (count < 0) return count;
+  return closing < 0 ? closing : count;
 }
 
 int CMarlOStream::writeString(std::wstring const& text) {
@@ -422,6 +425,8 @@ int CMarlOStream::writeEscaped(wchar_t const* data, int length, wchar_t delimite
   wchar_t numeric[16];
   for (wchar_t const* cursor = data; cursor != end; ++cursor) {
     std::uint32_t const code = static_cast<std::uint32_t>(*cursor);
+    // Above '>' and below the dropped range no rule applies, which lets letters pass at once.
+    if (code > L'>' && code < 0x0800) continue;
     Replacement found{nullptr, 0};
     bool drop = false;
     if (skipNonXml && isNonXml(code)) {

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
+#include <initializer_list>
 #include <new>
 #include <string>
 
@@ -572,6 +575,51 @@ MarlEncodingHandler CEncodingHandlerUTF8::clone(MarlEncoding const&) const {
 }
 
 // Overlong forms and encoded surrogates pass: this decoder never reports CONV_ILLEGAL.
+// Markup is mostly ASCII: such runs are copied eight at a time, and only longer sequences take
+// the arithmetic of UTF-8.
+namespace {
+void widenAsciiRun(unsigned char const*& s, unsigned char const* sourceEnd, wchar_t*& t,
+                   wchar_t const* targetEnd) noexcept {
+  constexpr std::uint64_t c_highBits = 0x8080808080808080u;
+  std::size_t room = std::min(static_cast<std::size_t>(sourceEnd - s),
+                              static_cast<std::size_t>(targetEnd - t));
+  while (room >= 8) {
+    std::uint64_t block;
+    std::memcpy(&block, s, sizeof block);
+    if (block & c_highBits) break;
+    for (int index = 0; index < 8; ++index) t[index] = static_cast<wchar_t>(s[index]);
+    s += 8;
+    t += 8;
+    room -= 8;
+  }
+  while (room > 0 && *s < 0x80) {
+    *t++ = static_cast<wchar_t>(*s++);
+    --room;
+  }
+}
+
+// The way back: runs of ASCII, most of any markup, need no sequence arithmetic.
+void narrowAsciiRun(wchar_t const*& s, wchar_t const* sourceEnd, unsigned char*& t,
+                    unsigned char const* targetEnd) noexcept {
+  std::size_t room = std::min(static_cast<std::size_t>(sourceEnd - s),
+                              static_cast<std::size_t>(targetEnd - t));
+  while (room >= 8) {
+    std::uint32_t any = 0;
+    for (int index = 0; index < 8; ++index) any |= static_cast<std::uint32_t>(s[index]);
+    if (any >= 0x80) break;
+    for (int index = 0; index < 8; ++index) t[index] = static_cast<unsigned char>(s[index]);
+    s += 8;
+    t += 8;
+    room -= 8;
+  }
+  while (room > 0 && static_cast<std::uint32_t>(*s) < 0x80) {
+    *t++ = static_cast<unsigned char>(*s++);
+    --room;
+  }
+}
+
+}  // namespace
+
 int CEncodingHandlerUTF8::convertToUCS2(unsigned char const** source,
                                         unsigned char const* sourceEnd, wchar_t** target,
                                         wchar_t const* targetEnd) {
@@ -579,6 +627,10 @@ int CEncodingHandlerUTF8::convertToUCS2(unsigned char const** source,
   wchar_t* t = *target;
   int status = CONV_OK;
   while (s < sourceEnd) {
+    if (*s < 0x80) {
+      widenAsciiRun(s, sourceEnd, t, targetEnd);
+      if (s == sourceEnd) break;
+    }
     unsigned int trailing = c_trailingBytes.count[*s];
     if (trailing >= static_cast<std::size_t>(sourceEnd - s)) {
       status = CONV_SRC_EXHAUSTED;
@@ -623,6 +675,8 @@ int CEncodingHandlerUTF8::convertFromUCS2(wchar_t const** source, wchar_t const*
   unsigned char* t = *target;
   int status = CONV_OK;
   while (s < sourceEnd) {
+    narrowAsciiRun(s, sourceEnd, t, targetEnd);
+    if (s == sourceEnd) break;
     wchar_t const* character = s;
     std::uint32_t value = static_cast<std::uint32_t>(*s++);
     if (isHighSurrogate(value) && s < sourceEnd) {
@@ -672,16 +726,54 @@ unsigned char CEncodingHandlerUTF8::setByteOrder(MarlEncoding::ByteOrder) {
 }
 
 // ---------------------------------------------------------------------------------------
+// What UTF-16, UCS-2 and UCS-4 share
+
+namespace {
+
+// A plain name of the form takes the encoding's byte order, the same name followed by "be" or
+// "le" fixes one. The handler's own setByteOrder decides whether it can serve the order.
+unsigned char capableOfByteOrderedForm(CEncodingHandler& handler, MarlEncoding const& encoding,
+                                       std::initializer_list<wchar_t const*> plainNames) {
+  std::wstring const name = toLower(encoding._impl()->getCharacterSet());
+  for (wchar_t const* plainName : plainNames) {
+    if (!startsWith(name, plainName)) continue;
+    std::wstring const suffix = name.substr(std::wcslen(plainName));
+    if (suffix.empty()) return handler.setByteOrder(encoding._impl()->getByteOrder());
+    if (suffix == L"be") return handler.setByteOrder(MarlEncoding::BYTEORDER_BE);
+    if (suffix == L"le") return handler.setByteOrder(MarlEncoding::BYTEORDER_LE);
+  }
+  return 0;
+}
+
+// Little and big endian are the orders every multi-byte form serves; any other is refused.
+template <class LittleEndian, class BigEndian>
+unsigned char replaceForEndianness(COwnedBOH& helper, MarlEncoding::ByteOrder order) noexcept {
+  switch (order) {
+    case MarlEncoding::BYTEORDER_LE:
+      return helper.replace<LittleEndian>();
+    case MarlEncoding::BYTEORDER_BE:
+      return helper.replace<BigEndian>();
+    default:
+      return 0;
+  }
+}
+
+// A handler that lost its byte order helper serves nothing, so neither may a copy of it.
+template <class Handler>
+MarlEncodingHandler cloneOfByteOrdered(Handler const& source) {
+  if (!source.byteOrderHelper()) return MarlEncodingHandler();
+  return cloneOf(source);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
 // UTF-16
 
 CEncodingHandlerUTF16::CEncodingHandlerUTF16() : helper(new CBOH2LittleEndian21()) {}
 
 unsigned char CEncodingHandlerUTF16::capable(MarlEncoding const& encoding) {
-  std::wstring name = toLower(encoding._impl()->getCharacterSet());
-  if (name == L"utf-16") return setByteOrder(encoding._impl()->getByteOrder());
-  if (name == L"utf-16be") return setByteOrder(MarlEncoding::BYTEORDER_BE);
-  if (name == L"utf-16le") return setByteOrder(MarlEncoding::BYTEORDER_LE);
-  return 0;
+  return capableOfByteOrderedForm(*this, encoding, {L"utf-16"});
 }
 
 unsigned long CEncodingHandlerUTF16::chunkSize() const {
@@ -689,8 +781,7 @@ unsigned long CEncodingHandlerUTF16::chunkSize() const {
 }
 
 MarlEncodingHandler CEncodingHandlerUTF16::clone(MarlEncoding const&) const {
-  if (!helper.get()) return MarlEncodingHandler();
-  return cloneOf(*this);
+  return cloneOfByteOrdered(*this);
 }
 
 // Characters beyond the Basic Multilingual Plane are refused here, unlike in UTF-8: a pair is
@@ -762,14 +853,7 @@ int CEncodingHandlerUTF16::convertFromUCS2(wchar_t const** source, wchar_t const
 }
 
 unsigned char CEncodingHandlerUTF16::setByteOrder(MarlEncoding::ByteOrder order) {
-  switch (order) {
-    case MarlEncoding::BYTEORDER_LE:
-      return helper.replace<CBOH2LittleEndian21>();
-    case MarlEncoding::BYTEORDER_BE:
-      return helper.replace<CBOH2BigEndian12>();
-    default:
-      return 0;
-  }
+  return replaceForEndianness<CBOH2LittleEndian21, CBOH2BigEndian12>(helper, order);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -778,14 +862,7 @@ unsigned char CEncodingHandlerUTF16::setByteOrder(MarlEncoding::ByteOrder order)
 CEncodingHandlerUCS2::CEncodingHandlerUCS2() : helper(new CBOH2LittleEndian21()) {}
 
 unsigned char CEncodingHandlerUCS2::capable(MarlEncoding const& encoding) {
-  std::wstring name = toLower(encoding._impl()->getCharacterSet());
-  if (name == L"ucs-2" || name == L"iso-10646-ucs-2")
-    return setByteOrder(encoding._impl()->getByteOrder());
-  if (name == L"ucs-2be" || name == L"iso-10646-ucs-2be")
-    return setByteOrder(MarlEncoding::BYTEORDER_BE);
-  if (name == L"ucs-2le" || name == L"iso-10646-ucs-2le")
-    return setByteOrder(MarlEncoding::BYTEORDER_LE);
-  return 0;
+  return capableOfByteOrderedForm(*this, encoding, {L"ucs-2", L"iso-10646-ucs-2"});
 }
 
 unsigned long CEncodingHandlerUCS2::chunkSize() const {
@@ -793,8 +870,7 @@ unsigned long CEncodingHandlerUCS2::chunkSize() const {
 }
 
 MarlEncodingHandler CEncodingHandlerUCS2::clone(MarlEncoding const&) const {
-  if (!helper.get()) return MarlEncodingHandler();
-  return cloneOf(*this);
+  return cloneOfByteOrdered(*this);
 }
 
 // The outer form is a whole number of two-byte units held in wchar_t cells, each unit at the
@@ -848,14 +924,7 @@ int CEncodingHandlerUCS2::convertFromUCS2(wchar_t const** source, wchar_t const*
 }
 
 unsigned char CEncodingHandlerUCS2::setByteOrder(MarlEncoding::ByteOrder order) {
-  switch (order) {
-    case MarlEncoding::BYTEORDER_LE:
-      return helper.replace<CBOH2LittleEndian21>();
-    case MarlEncoding::BYTEORDER_BE:
-      return helper.replace<CBOH2BigEndian12>();
-    default:
-      return 0;
-  }
+  return replaceForEndianness<CBOH2LittleEndian21, CBOH2BigEndian12>(helper, order);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -864,14 +933,7 @@ unsigned char CEncodingHandlerUCS2::setByteOrder(MarlEncoding::ByteOrder order) 
 CEncodingHandlerUCS4::CEncodingHandlerUCS4() : helper(new CBOH4LittleEndian4321()) {}
 
 unsigned char CEncodingHandlerUCS4::capable(MarlEncoding const& encoding) {
-  std::wstring name = toLower(encoding._impl()->getCharacterSet());
-  if (name == L"ucs-4" || name == L"iso-10646-ucs-4")
-    return setByteOrder(encoding._impl()->getByteOrder());
-  if (name == L"ucs-4be" || name == L"iso-10646-ucs-4be")
-    return setByteOrder(MarlEncoding::BYTEORDER_BE);
-  if (name == L"ucs-4le" || name == L"iso-10646-ucs-4le")
-    return setByteOrder(MarlEncoding::BYTEORDER_LE);
-  return 0;
+  return capableOfByteOrderedForm(*this, encoding, {L"ucs-4", L"iso-10646-ucs-4"});
 }
 
 unsigned long CEncodingHandlerUCS4::chunkSize() const {
@@ -879,8 +941,7 @@ unsigned long CEncodingHandlerUCS4::chunkSize() const {
 }
 
 MarlEncodingHandler CEncodingHandlerUCS4::clone(MarlEncoding const&) const {
-  if (!helper.get()) return MarlEncodingHandler();
-  return cloneOf(*this);
+  return cloneOfByteOrdered(*this);
 }
 
 // The outer form is a whole number of four-byte units held in unsigned long cells. Only
@@ -939,18 +1000,9 @@ int CEncodingHandlerUCS4::convertFromUCS2(wchar_t const** source, wchar_t const*
 }
 
 unsigned char CEncodingHandlerUCS4::setByteOrder(MarlEncoding::ByteOrder order) {
-  switch (order) {
-    case MarlEncoding::BYTEORDER_LE:
-      return helper.replace<CBOH4LittleEndian4321>();
-    case MarlEncoding::BYTEORDER_BE:
-      return helper.replace<CBOH4BigEndian1234>();
-    case MarlEncoding::BYTEORDER_2143:
-      return helper.replace<CBOH4Unusual2143>();
-    case MarlEncoding::BYTEORDER_3412:
-      return helper.replace<CBOH4Unusual3412>();
-    default:
-      return 0;
-  }
+  if (order == MarlEncoding::BYTEORDER_2143) return helper.replace<CBOH4Unusual2143>();
+  if (order == MarlEncoding::BYTEORDER_3412) return helper.replace<CBOH4Unusual3412>();
+  return replaceForEndianness<CBOH4LittleEndian4321, CBOH4BigEndian1234>(helper, order);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -453,8 +453,9 @@ TEST_F(ProcessingInstruction, SetAttributeThatRunsOutOfMemoryForItsStringsIsNoNo
 
 TEST_F(ProcessingInstruction, SetAttributeNodeThatRunsOutOfMemoryIsNoNodeAndLeavesThePairAlone) {
   MarlPIParsed instruction = document.createPIParsed(L"t");
-  instruction.setAttribute(L"a", L"1");
-  MarlAttribute pair = document.createAttribute(L"b", L"");
+  // A map has room for four pairs at first; the fifth needs more memory.
+  for (wchar_t const* name : {L"a", L"b", L"c", L"d"}) instruction.setAttribute(name, L"1");
+  MarlAttribute pair = document.createAttribute(L"e", L"");
   long before = testhost::outstandingBlocks();
   {
     testhost::AllocationFailure failure(0);
@@ -462,7 +463,7 @@ TEST_F(ProcessingInstruction, SetAttributeNodeThatRunsOutOfMemoryIsNoNodeAndLeav
   }
   EXPECT_EQ(testhost::outstandingBlocks(), before);
   EXPECT_FALSE(pair.getParent());
-  EXPECT_EQ(pairNames(instruction), L"a");
+  EXPECT_EQ(pairNames(instruction), L"a,b,c,d");
   EXPECT_EQ(instruction.setAttributeNode(pair), MarlNode::rcOK);
-  EXPECT_EQ(pairNames(instruction), L"a,b");
+  EXPECT_EQ(pairNames(instruction), L"a,b,c,d,e");
 }

@@ -1267,7 +1267,7 @@ TEST_F(Scanner, TheBufferNeverGrowsBeyondItsMaximumAndTheBaseCountsWhatWasDroppe
   while (scanner->entity) {
     ++*scanner;
     ++tokens;
-    EXPECT_LE(doc._impl()->buffer.size(), 8193u);
+    EXPECT_LE(doc._impl()->end - doc._impl()->buffer.data(), 8192);
     if (tokens > 100000) break;
   }
   EXPECT_EQ(doc._impl()->buffer.capacity(), 8193u);
@@ -1299,7 +1299,7 @@ TEST_F(Scanner, UntilTheEncodingIsKnownCharactersAreReadOneByOne) {
     ++*scanner;
   } while (scanner->token.id != T::TOK_PI_END);
   for (int capacity : source->capacities) EXPECT_EQ(capacity, 1);
-  EXPECT_LE(doc._impl()->buffer.size(), 8u);
+  EXPECT_LE(doc._impl()->end - doc._impl()->buffer.data(), 7);
   doc.setEncoding(encoding(L"utf-8"));
   std::vector<Seen> rest = drain();
   EXPECT_GT(source->capacities.back(), 1);

@@ -471,6 +471,19 @@ TEST_F(RenderTest, TheDocumentsEncodingGoesToAStreamWithoutOne) {
   EXPECT_EQ(text, L"<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><a/>");
 }
 
+TEST_F(RenderTest, AStreamThatCannotTakeTheDocumentsEncodingForWantOfMemoryEndsTheRender) {
+  document.setEncoding(encoding(L"iso-8859-1"));
+  element(L"a", document);
+  std::wstring text;
+  MarlOStream out = factory.createOStreamString(text);
+  {
+    testhost::AllocationFailure failure;
+    EXPECT_THROW(document.render(out, 1), std::bad_alloc);
+  }
+  EXPECT_FALSE(out.getEncoding());
+  EXPECT_EQ(text, L"");
+}
+
 TEST_F(RenderTest, ADocumentKeepsACopyOfItsEncoding) {
   EXPECT_FALSE(document.getEncoding());
   MarlEncoding given = encoding(L"utf-16", MarlEncoding::BYTEORDER_BE);

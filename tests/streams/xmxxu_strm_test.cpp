@@ -554,6 +554,17 @@ TEST_F(Output, ACharacterTheEncodingCannotRepresentGivesMinusTwoAndNothingOfItsW
   EXPECT_EQ(stream.getNumWritten(), 2u);
 }
 
+TEST_F(Output, AQuotedPlainTextThatFailsIsStillClosedAndTheNextTextIsNotQuoted) {
+  rawstring sink;
+  MarlOStream stream = factory.createOStreamRawString(sink);
+  ASSERT_TRUE(stream.setEncoding(encoding(L"usascii")));
+  stream.setQuoted(1);
+  EXPECT_EQ(stream.writeString(L"a\u0100"), -2);
+  EXPECT_FALSE(stream.getQuoted());
+  EXPECT_EQ(stream.writeString(L">"), 1);
+  EXPECT_EQ(sink, bytes("\"\">"));
+}
+
 TEST_F(Output, AnUnrepresentableReplacementEndsTheEscapedWriteAtOnce) {
   rawstring sink;
   MarlOStream stream = factory.createOStreamRawString(sink);
