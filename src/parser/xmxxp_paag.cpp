@@ -397,6 +397,17 @@ void CMarlParseAgent::appendLiteralText(std::wstring& out, bool afterEntity) {
   out += piece;
 }
 
+std::wstring const& CMarlParseAgent::takeDataTokens() {
+  CToken const& token = scanner->token;
+  std::wstring& text = parser->scratchText;
+  text.clear();
+  while (token.id == CToken::TOK_DATA) {
+    text.append(token.text, token.length);
+    accept();
+  }
+  return text;
+}
+
 void CMarlParseAgent::endOfLineHandling(std::wstring& text) {
   std::size_t kept = 0;
   wchar_t previous = 0;
@@ -740,14 +751,8 @@ void CMarlParseAgentXmlDecl::parse_slast() {
 // A "--" inside the text, also the first two of a closing "--->", is refused.
 void CMarlParseAgentComment::parse() {
   accept(CToken::TOK_COMMENT_START);
-  CToken const& token = scanner->token;
-  std::wstring& text = parser->scratchText;
-  text.clear();
-  while (token.id == CToken::TOK_DATA) {
-    text.append(token.text, token.length);
-    accept();
-  }
-  if (token.id == CToken::TOK_INVALID)
+  std::wstring const& text = takeDataTokens();
+  if (scanner->token.id == CToken::TOK_INVALID)
     report(c_error, 3021, L"invalid symbol ('--') in comment: '%s'", text.c_str());
   accept(CToken::TOK_COMMENT_END);
   // The markup "<!---->" counts as 8 characters of expansion.
@@ -766,13 +771,7 @@ void CMarlParseAgentComment::parse() {
 
 void CMarlParseAgentCDATASection::parse() {
   accept(CToken::TOK_CDATA_START);
-  CToken const& token = scanner->token;
-  std::wstring& text = parser->scratchText;
-  text.clear();
-  while (token.id == CToken::TOK_DATA) {
-    text.append(token.text, token.length);
-    accept();
-  }
+  std::wstring const& text = takeDataTokens();
   // The markup "<![CDATA[]]>" counts as 12 characters of expansion.
   parser->checkExpansion(12);
   parser->checkExpansion(static_cast<unsigned int>(text.size()));

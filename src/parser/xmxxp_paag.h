@@ -54,6 +54,9 @@ class CMarlParseAgent : public AllocPolicyRollArea {
   // Appends the literal text of the current token to an attribute value, with line ends and
   // white space normalised when attribute values are.
   void appendLiteralText(std::wstring& out, bool afterEntity);
+  // The text of the data tokens from here on, joined in the parser's scratch text: the body of
+  // a comment or a CDATA section.
+  std::wstring const& takeDataTokens();
   static void endOfLineHandling(std::wstring& text);
   static void normalize(std::wstring& text);
   static void spaceStripping(std::wstring& text);

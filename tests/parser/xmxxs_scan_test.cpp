@@ -289,6 +289,32 @@ TEST_F(Scanner, ScanStatePushesAndPopsStayInsideTheStack) {
 // =======================================================================================
 // Positions
 
+// Long runs of data and of literal text are passed in one go; the positions behind them are
+// those that a step per character counts, line feeds and a lone ']' included.
+TEST_F(Scanner, PositionsBehindLongRunsOfDataAndLiteralTextAreCountedPerCharacter) {
+  startText(L"<a b='" + std::wstring(30, L'v') + L"\nww' c='1'>" + std::wstring(20, L'x') +
+            L"\n" + std::wstring(10, L'y') + L"]" + std::wstring(5, L'z') + L"</a>");
+  std::vector<Seen> tokens = drain();
+  auto const first = [&tokens](CToken::TokenID id, std::wstring const& text) {
+    for (Seen const& token : tokens)
+      if (token.id == id && token.text == text) return token;
+    ADD_FAILURE() << "no such token";
+    return Seen{};
+  };
+  Seen const attribute = first(T::TOK_NAME, L"c");
+  EXPECT_EQ(attribute.line, 1u);
+  EXPECT_EQ(attribute.column, 6u);
+  Seen const data = first(T::TOK_CHARDATA, std::wstring(20, L'x') + L"\n" +
+                                               std::wstring(10, L'y') + L"]" +
+                                               std::wstring(5, L'z'));
+  EXPECT_EQ(data.line, 1u);
+  EXPECT_EQ(data.column, 12u);
+  Seen const endTag = first(T::TOK_ETAG_START, L"</");
+  EXPECT_EQ(endTag.line, 2u);
+  EXPECT_EQ(endTag.column, 18u);
+  EXPECT_EQ(endTag.offset, 84u);
+}
+
 TEST_F(Scanner, TheFirstCharacterStandsAtLineZeroColumnZero) {
   startText(L"a\n<b/>");
   std::vector<Seen> tokens = drain();

@@ -970,6 +970,21 @@ TEST_F(Encodings, Utf8DecodingResumesIdenticallyAfterACutAtEveryPosition) {
       wide({0x3C, 0x61, 0xE9, 0x20AC, 0xD83D, 0xDE00, 0, 0xD800, 0xDC00, 0x7A, 0x7FF, 0x3E}));
 }
 
+// ASCII runs are copied in blocks of eight; runs longer and shorter than a block, broken by
+// longer forms at every offset, decode and encode alike wherever the source or target ends.
+TEST_F(Encodings, Utf8AsciiRunsAroundLongerFormsConvertAlikeWhereverTheyAreCut) {
+  MarlEncodingHandler utf8 = handlerFor(L"utf-8");
+  std::string const ascii = "<a b='0123456789abcdef'>";
+  Bytes bytes(ascii.begin(), ascii.end());
+  bytes.insert(bytes.end(), {0xC3, 0xA9, 0x78, 0xE2, 0x82, 0xAC});
+  bytes.insert(bytes.end(), ascii.begin(), ascii.begin() + 9);
+  std::wstring text(ascii.begin(), ascii.end());
+  text += wide({0xE9, 0x78, 0x20AC});
+  text.append(ascii.begin(), ascii.begin() + 9);
+  expectResumableDecoding(utf8, bytes, text);
+  expectResumableEncoding(utf8, text, bytes);
+}
+
 TEST_F(Encodings, Utf8SurrogatePairEncodesToFourBytes) {
   MarlEncodingHandler utf8 = handlerFor(L"utf-8");
   Encoding encoded = encode(utf8, wide({0xD800, 0xDC00}));
